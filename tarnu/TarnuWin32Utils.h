@@ -1,0 +1,28 @@
+/// @file
+/// TarnuWin32Utils: everything, in one include.
+#ifndef TARNU_TARNUWIN32UTILS_H
+#define TARNU_TARNUWIN32UTILS_H
+
+#include "tarnu/framework/framework.h"
+
+// frame: message boxes, trace log, timer, progress
+
+// text
+
+// paths
+
+// filesystem: walkers, modification tracking, file events, folder picker
+
+// files: operations on files and trees, report file, stream
+
+// memory
+
+// geometry: point strings, face and point readers
+
+// messaging: callbacks, subclassing, window-message server, server thread
+
+// xml
+
+// archive
+
+#endif // TARNU_TARNUWIN32UTILS_H

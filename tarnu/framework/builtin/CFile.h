@@ -1,0 +1,88 @@
+/// @file
+/// CFile and CFileStatus: an unbuffered file over a Win32 handle, and the status of a file.
+#ifndef TARNU_FRAMEWORK_BUILTIN_CFILE_H
+#define TARNU_FRAMEWORK_BUILTIN_CFILE_H
+
+#include "tarnu/framework/builtin/CException.h"
+#include "tarnu/framework/builtin/CTime.h"
+
+/// What CFile::GetStatus reports.
+struct CFileStatus {
+    CTime m_ctime;                        ///< creation
+    CTime m_mtime;                        ///< last modification
+    CTime m_atime;                        ///< last access
+    ULONGLONG m_size = 0;                 ///< bytes
+    BYTE m_attribute = 0;                 ///< the low byte of the file attributes
+    wchar_t m_szFullName[MAX_PATH] = {0}; ///< absolute path
+};
+
+/// A file opened through a Win32 handle. The object owns the handle and closes it when destroyed. Failures of the
+/// operations other than Open throw a CFileException*. One thread at a time.
+class CFile : public CObject {
+public:
+    enum OpenFlags {
+        modeRead = 0x0000,
+        modeWrite = 0x0001,
+        modeReadWrite = 0x0002,
+        shareCompat = 0x0000,
+        shareExclusive = 0x0010,
+        shareDenyWrite = 0x0020,
+        shareDenyRead = 0x0030,
+        shareDenyNone = 0x0040,
+        modeNoInherit = 0x0080,
+        modeCreate = 0x1000,
+        modeNoTruncate = 0x2000,
+        typeText = 0x4000,
+        typeBinary = 0x8000
+    };
+    enum SeekPosition { begin = 0, current = 1, end = 2 };
+
+    TARNU_API static const CRuntimeClass classCFile;
+    static inline const HANDLE hFileNull = INVALID_HANDLE_VALUE;
+
+    TARNU_API CFile() noexcept;
+    /// Takes over an open handle.
+    TARNU_API explicit CFile(HANDLE handle) noexcept;
+    /// Opens a file; throws a CFileException* when that fails.
+    TARNU_API CFile(const wchar_t* fileName, UINT openFlags);
+    TARNU_API ~CFile() override;
+    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+
+    /// Opens a file; false when that fails, with cause, error code and name in @p error when it is given.
+    TARNU_API virtual BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr);
+    TARNU_API virtual UINT Read(void* buffer, UINT count);
+    TARNU_API virtual void Write(const void* buffer, UINT count);
+    TARNU_API virtual ULONGLONG Seek(LONGLONG offset, UINT from);
+    TARNU_API virtual ULONGLONG GetPosition() const;
+    TARNU_API virtual ULONGLONG GetLength() const;
+    TARNU_API virtual void SetLength(ULONGLONG length);
+    TARNU_API virtual void Flush();
+    /// Closes; failures throw. Abort closes and swallows failures.
+    TARNU_API virtual void Close();
+    TARNU_API virtual void Abort() noexcept;
+
+    void SeekToBegin() { Seek(0, begin); }
+    ULONGLONG SeekToEnd() { return Seek(0, end); }
+
+    virtual CString GetFilePath() const { return m_strFileName; }
+    TARNU_API virtual CString GetFileName() const;
+    TARNU_API virtual CString GetFileTitle() const;
+    virtual void SetFilePath(const wchar_t* path) { m_strFileName = path; }
+
+    /// The status of this open file; false when it cannot be read.
+    TARNU_API BOOL GetStatus(CFileStatus& status) const;
+    /// The status of a file by name; false when it does not exist or the name is too long. Throws nothing.
+    TARNU_API static BOOL GetStatus(const wchar_t* fileName, CFileStatus& status);
+    /// Both throw a CFileException* when they fail.
+    TARNU_API static void Rename(const wchar_t* oldName, const wchar_t* newName);
+    TARNU_API static void Remove(const wchar_t* fileName);
+
+    operator HANDLE() const noexcept { return m_hFile; } // NOLINT: implicit as documented
+
+    HANDLE m_hFile = INVALID_HANDLE_VALUE;
+
+protected:
+    CString m_strFileName;
+};
+
+#endif // TARNU_FRAMEWORK_BUILTIN_CFILE_H

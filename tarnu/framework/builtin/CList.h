@@ -1,0 +1,179 @@
+/// @file
+/// CList: the framework's doubly linked list, and POSITION, its cursor.
+#ifndef TARNU_FRAMEWORK_BUILTIN_CLIST_H
+#define TARNU_FRAMEWORK_BUILTIN_CLIST_H
+
+#include "tarnu/framework/builtin/CObject.h"
+
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <utility>
+
+/// The type behind POSITION; never defined.
+struct __POSITION;
+/// A cursor into a list; null stands before the first and behind the last element.
+using POSITION = __POSITION*;
+
+/// A doubly linked list of TYPE whose nodes are allocated in blocks of @p blockSize and kept for reuse until the list
+/// is emptied. Element addresses are stable. Not copyable. No locking: one thread at a time.
+template <class TYPE, class ARG_TYPE = const TYPE&>
+class CList : public CObject {
+public:
+    explicit CList(INT_PTR blockSize = 10) noexcept : m_blockSize(blockSize > 0 ? blockSize : 1) {}
+    ~CList() override { RemoveAll(); }
+
+    INT_PTR GetCount() const noexcept { return m_count; }
+    INT_PTR GetSize() const noexcept { return m_count; }
+    BOOL IsEmpty() const noexcept { return m_count == 0; }
+
+    TYPE& GetHead() noexcept { return m_head->value; }
+    const TYPE& GetHead() const noexcept { return m_head->value; }
+    TYPE& GetTail() noexcept { return m_tail->value; }
+    const TYPE& GetTail() const noexcept { return m_tail->value; }
+
+    /// Both remove the element and return it; the list must not be empty.
+    TYPE RemoveHead() {
+        TYPE value = std::move(m_head->value);
+        Unlink(m_head);
+        return value;
+    }
+    TYPE RemoveTail() {
+        TYPE value = std::move(m_tail->value);
+        Unlink(m_tail);
+        return value;
+    }
+    POSITION AddHead(ARG_TYPE value) { return ToPosition(Link(NewNode(value), nullptr, m_head)); }
+    POSITION AddTail(ARG_TYPE value) { return ToPosition(Link(NewNode(value), m_tail, nullptr)); }
+    /// Appends or prepends copies of all elements of another list, keeping their order.
+    void AddTail(CList* other) {
+        for (POSITION position = other->GetHeadPosition(); position != nullptr;)
+            AddTail(other->GetNext(position));
+    }
+    void AddHead(CList* other) {
+        for (POSITION position = other->GetTailPosition(); position != nullptr;)
+            AddHead(other->GetPrev(position));
+    }
+    void RemoveAll() noexcept {
+        while (m_head != nullptr) {
+            Node* node = m_head;
+            m_head = node->next;
+            std::destroy_at(&node->value);
+        }
+        m_tail = nullptr;
+        m_free = nullptr;
+        m_count = 0;
+        while (m_blocks != nullptr) {
+            Block* block = m_blocks;
+            m_blocks = block->next;
+            ::operator delete(block);
+        }
+    }
+
+    POSITION GetHeadPosition() const noexcept { return ToPosition(m_head); }
+    POSITION GetTailPosition() const noexcept { return ToPosition(m_tail); }
+    /// Return the element at the position and move the position on.
+    TYPE& GetNext(POSITION& position) noexcept { return Step(position, &Node::next)->value; }
+    const TYPE& GetNext(POSITION& position) const noexcept { return Step(position, &Node::next)->value; }
+    TYPE& GetPrev(POSITION& position) noexcept { return Step(position, &Node::previous)->value; }
+    const TYPE& GetPrev(POSITION& position) const noexcept { return Step(position, &Node::previous)->value; }
+
+    TYPE& GetAt(POSITION position) noexcept { return ToNode(position)->value; }
+    const TYPE& GetAt(POSITION position) const noexcept { return ToNode(position)->value; }
+    void SetAt(POSITION position, ARG_TYPE value) { ToNode(position)->value = value; }
+    void RemoveAt(POSITION position) noexcept { Unlink(ToNode(position)); }
+    /// A null position inserts at the head (before) or at the tail (after).
+    POSITION InsertBefore(POSITION position, ARG_TYPE value) {
+        if (position == nullptr) return AddHead(value);
+        Node* next = ToNode(position);
+        return ToPosition(Link(NewNode(value), next->previous, next));
+    }
+    POSITION InsertAfter(POSITION position, ARG_TYPE value) {
+        if (position == nullptr) return AddTail(value);
+        Node* previous = ToNode(position);
+        return ToPosition(Link(NewNode(value), previous, previous->next));
+    }
+    /// The first element equal to @p value at or behind the element that follows @p startAfter; null when there is
+    /// none.
+    POSITION Find(ARG_TYPE value, POSITION startAfter = nullptr) const {
+        Node* node = startAfter == nullptr ? m_head : ToNode(startAfter)->next;
+        while (node != nullptr && !(node->value == value))
+            node = node->next;
+        return ToPosition(node);
+    }
+    /// The position of the zero-based index; null when it is out of range.
+    POSITION FindIndex(INT_PTR index) const noexcept {
+        if (index < 0 || index >= m_count) return nullptr;
+        Node* node = m_head;
+        while (index-- > 0)
+            node = node->next;
+        return ToPosition(node);
+    }
+
+private:
+    struct Node {
+        Node* next;
+        Node* previous;
+        TYPE value;
+    };
+    struct Block {
+        Block* next;
+    };
+    /// A node's storage without its value: what stands in the free chain.
+    struct FreeNode {
+        FreeNode* next;
+    };
+
+    static POSITION ToPosition(Node* node) noexcept { return reinterpret_cast<POSITION>(node); }
+    static Node* ToNode(POSITION position) noexcept { return reinterpret_cast<Node*>(position); }
+    static Node* Step(POSITION& position, Node* Node::*link) noexcept {
+        Node* node = ToNode(position);
+        position = ToPosition(node->*link);
+        return node;
+    }
+
+    Node* NewNode(ARG_TYPE value) {
+        if (m_free == nullptr) Grow();
+        FreeNode* slot = m_free;
+        FreeNode* rest = slot->next;
+        Node* node = reinterpret_cast<Node*>(slot);
+        ::new (static_cast<void*>(&node->value)) TYPE(value); // a throw leaves the slot in the chain
+        m_free = rest;
+        return node;
+    }
+    void Grow() {
+        constexpr std::size_t offset = (sizeof(Block) + alignof(Node) - 1) / alignof(Node) * alignof(Node);
+        const auto count = static_cast<std::size_t>(m_blockSize);
+        auto* block = static_cast<Block*>(::operator new(offset + count * sizeof(Node)));
+        block->next = m_blocks;
+        m_blocks = block;
+        auto* storage = reinterpret_cast<std::byte*>(block) + offset;
+        for (std::size_t index = count; index-- > 0;) {
+            m_free = ::new (static_cast<void*>(storage + index * sizeof(Node))) FreeNode{m_free};
+        }
+    }
+    Node* Link(Node* node, Node* previous, Node* next) noexcept {
+        node->previous = previous;
+        node->next = next;
+        (previous != nullptr ? previous->next : m_head) = node;
+        (next != nullptr ? next->previous : m_tail) = node;
+        ++m_count;
+        return node;
+    }
+    void Unlink(Node* node) noexcept {
+        (node->previous != nullptr ? node->previous->next : m_head) = node->next;
+        (node->next != nullptr ? node->next->previous : m_tail) = node->previous;
+        std::destroy_at(&node->value);
+        m_free = ::new (static_cast<void*>(node)) FreeNode{m_free};
+        if (--m_count == 0) RemoveAll();
+    }
+
+    Node* m_head = nullptr;
+    Node* m_tail = nullptr;
+    FreeNode* m_free = nullptr;
+    Block* m_blocks = nullptr;
+    INT_PTR m_count = 0;
+    INT_PTR m_blockSize;
+};
+
+#endif // TARNU_FRAMEWORK_BUILTIN_CLIST_H

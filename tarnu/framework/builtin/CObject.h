@@ -1,0 +1,67 @@
+/// @file
+/// CObject and its run-time class information.
+#ifndef TARNU_FRAMEWORK_BUILTIN_COBJECT_H
+#define TARNU_FRAMEWORK_BUILTIN_COBJECT_H
+
+#include "tarnu/framework/builtin/Windows.h"
+
+class CArchive;
+class CDumpContext;
+class CObject;
+
+/// Run-time information about one CObject class: its name, its size in bytes and its base class.
+/// One constant instance exists per class; DECLARE_DYNAMIC and IMPLEMENT_DYNAMIC make it.
+struct CRuntimeClass {
+    const char* m_lpszClassName;
+    int m_nObjectSize;
+    const CRuntimeClass* m_pBaseClass; ///< null for CObject
+
+    /// True when this class is @p base or derives from it.
+    BOOL IsDerivedFrom(const CRuntimeClass* base) const noexcept {
+        for (const CRuntimeClass* current = this; current != nullptr; current = current->m_pBaseClass) {
+            if (current == base) return TRUE;
+        }
+        return FALSE;
+    }
+};
+
+/// Base of the framework's polymorphic classes. Not copyable; derived classes that are values say so themselves.
+class CObject {
+public:
+    TARNU_API static const CRuntimeClass classCObject;
+
+    TARNU_API virtual CRuntimeClass* GetRuntimeClass() const;
+    TARNU_API virtual ~CObject();
+    /// Archives are not part of this subset: does nothing.
+    TARNU_API virtual void Serialize(CArchive& archive);
+    TARNU_API virtual void AssertValid() const;
+    TARNU_API virtual void Dump(CDumpContext& context) const;
+
+    CObject(const CObject&) = delete;
+    CObject& operator=(const CObject&) = delete;
+
+    /// True when the object's class is @p base or derives from it.
+    BOOL IsKindOf(const CRuntimeClass* base) const { return GetRuntimeClass()->IsDerivedFrom(base); }
+
+protected:
+    CObject() = default;
+};
+
+/// The CRuntimeClass of a class that uses DECLARE_DYNAMIC.
+#define RUNTIME_CLASS(className) (const_cast<CRuntimeClass*>(&className::class##className))
+
+/// In the public part of a class: declares its run-time class information.
+#define DECLARE_DYNAMIC(className)                                                                                     \
+public:                                                                                                                \
+    static const CRuntimeClass class##className;                                                                       \
+    CRuntimeClass* GetRuntimeClass() const override;
+
+/// In one source file: defines what DECLARE_DYNAMIC declared.
+#define IMPLEMENT_DYNAMIC(className, baseClassName)                                                                    \
+    const CRuntimeClass className::class##className = {#className, static_cast<int>(sizeof(className)),                \
+                                                       &baseClassName::class##baseClassName};                          \
+    CRuntimeClass* className::GetRuntimeClass() const {                                                                \
+        return RUNTIME_CLASS(className);                                                                               \
+    }
+
+#endif // TARNU_FRAMEWORK_BUILTIN_COBJECT_H

@@ -1,0 +1,45 @@
+/// @file
+/// CStdioFile: a buffered text file over a C runtime stream.
+#ifndef TARNU_FRAMEWORK_BUILTIN_CSTDIOFILE_H
+#define TARNU_FRAMEWORK_BUILTIN_CSTDIOFILE_H
+
+#include "tarnu/framework/builtin/CFile.h"
+
+#include <cstdio>
+
+/// A file read and written line by line through a C runtime stream. In text mode line feeds are written as CR LF and
+/// text is stored in the ANSI code page, as the runtime's fputws does. Opening with modeCreate and modeNoTruncate is
+/// the runtime's append mode: existing contents stay and every write goes to the end.
+class CStdioFile : public CFile {
+public:
+    TARNU_API static const CRuntimeClass classCStdioFile;
+
+    TARNU_API CStdioFile() noexcept;
+    /// Takes over an open stream.
+    TARNU_API explicit CStdioFile(FILE* stream) noexcept;
+    /// Opens a file; throws a CFileException* when that fails.
+    TARNU_API CStdioFile(const wchar_t* fileName, UINT openFlags);
+    TARNU_API ~CStdioFile() override;
+    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+
+    TARNU_API BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr) override;
+    TARNU_API UINT Read(void* buffer, UINT count) override;
+    TARNU_API void Write(const void* buffer, UINT count) override;
+    TARNU_API ULONGLONG Seek(LONGLONG offset, UINT from) override;
+    TARNU_API ULONGLONG GetPosition() const override;
+    TARNU_API ULONGLONG GetLength() const override;
+    TARNU_API void Flush() override;
+    TARNU_API void Close() override;
+    TARNU_API void Abort() noexcept override;
+
+    /// Writes a text without its terminator; throws a CFileException* when that fails.
+    TARNU_API virtual void WriteString(const wchar_t* text);
+    /// Reads up to @p maxLength - 1 characters with the line feed; null at the end of the file.
+    TARNU_API virtual wchar_t* ReadString(wchar_t* text, UINT maxLength);
+    /// Reads one line without its line feed; false at the end of the file.
+    TARNU_API virtual BOOL ReadString(CString& line);
+
+    FILE* m_pStream = nullptr;
+};
+
+#endif // TARNU_FRAMEWORK_BUILTIN_CSTDIOFILE_H

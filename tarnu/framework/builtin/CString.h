@@ -1,0 +1,282 @@
+/// @file
+/// CString: the framework's reference-counted UTF-16 string.
+#ifndef TARNU_FRAMEWORK_BUILTIN_CSTRING_H
+#define TARNU_FRAMEWORK_BUILTIN_CSTRING_H
+
+#include "tarnu/framework/builtin/Windows.h"
+
+#include <cstdarg>
+#include <cwchar>
+
+/// A wide string whose buffer is shared between copies until one of them is written to (copy on write).
+///
+/// The object is one pointer to the terminated text; length and capacity stand in front of it. Lengths and positions
+/// are counts of UTF-16 code units. A text may hold embedded NUL characters. Distinct objects may be used from distinct
+/// threads even when they share a buffer; one object belongs to one thread at a time. Running out of memory throws
+/// std::bad_alloc.
+class CString {
+public:
+    using XCHAR = wchar_t;
+    using PXSTR = wchar_t*;
+    using PCXSTR = const wchar_t*;
+
+    CString() noexcept : m_text(Nil()) {}
+    CString(const CString& other) noexcept : m_text(Share(other.m_text)) {}
+    CString(CString&& other) noexcept : m_text(other.m_text) { other.m_text = Nil(); }
+    /// A copy of a terminated text; null gives the empty string.
+    CString(const wchar_t* text) : m_text(Nil()) { SetString(text); } // NOLINT: implicit as documented
+    /// A copy of @p length characters.
+    CString(const wchar_t* text, int length) : m_text(Nil()) { SetString(text, length); }
+    /// @p repeat copies of one character.
+    TARNU_API explicit CString(wchar_t character, int repeat = 1);
+    /// A text in the ANSI code page.
+    TARNU_API explicit CString(const char* text);
+    TARNU_API CString(const char* text, int length);
+    ~CString() { ReleaseData(m_text); }
+
+    CString& operator=(const CString& other) noexcept {
+        wchar_t* shared = Share(other.m_text);
+        ReleaseData(m_text);
+        m_text = shared;
+        return *this;
+    }
+    CString& operator=(CString&& other) noexcept {
+        if (this != &other) {
+            ReleaseData(m_text);
+            m_text = other.m_text;
+            other.m_text = Nil();
+        }
+        return *this;
+    }
+    CString& operator=(const wchar_t* text) {
+        SetString(text);
+        return *this;
+    }
+    CString& operator=(wchar_t character) {
+        SetString(&character, 1);
+        return *this;
+    }
+    TARNU_API CString& operator=(const char* text);
+
+    // Reading
+
+    int GetLength() const noexcept { return Head(m_text)->length; }
+    bool IsEmpty() const noexcept { return GetLength() == 0; }
+    operator const wchar_t*() const noexcept { return m_text; } // NOLINT: implicit as documented
+    const wchar_t* GetString() const noexcept { return m_text; }
+    wchar_t GetAt(int index) const noexcept { return m_text[index]; }
+    wchar_t operator[](int index) const noexcept { return m_text[index]; }
+    int GetAllocLength() const noexcept { return Head(m_text)->capacity; }
+
+    // Writing through the buffer
+
+    /// A writable buffer of at least the current length (and the terminator), owned by the string until ReleaseBuffer.
+    wchar_t* GetBuffer() { return GetBuffer(0); }
+    /// A writable buffer for at least @p minLength characters and the terminator; the text is kept.
+    TARNU_API wchar_t* GetBuffer(int minLength);
+    /// As GetBuffer, with the length set to @p length.
+    TARNU_API wchar_t* GetBufferSetLength(int length);
+    /// Ends the use of the buffer. The length becomes @p newLength, whatever the buffer holds; -1 measures the text.
+    TARNU_API void ReleaseBuffer(int newLength = -1);
+    void ReleaseBufferSetLength(int newLength) { ReleaseBuffer(newLength); }
+    TARNU_API void Truncate(int newLength);
+    /// Makes room for @p length characters.
+    TARNU_API void Preallocate(int length);
+    TARNU_API void FreeExtra();
+    TARNU_API void SetAt(int index, wchar_t character);
+    TARNU_API void SetString(const wchar_t* text);
+    TARNU_API void SetString(const wchar_t* text, int length);
+    void Empty() noexcept {
+        ReleaseData(m_text);
+        m_text = Nil();
+    }
+
+    // Appending and formatting
+
+    TARNU_API void Append(const wchar_t* text, int length);
+    TARNU_API void Append(const wchar_t* text);
+    void Append(const CString& text) { Append(text.m_text, text.GetLength()); }
+    void AppendChar(wchar_t character) { Append(&character, 1); }
+    CString& operator+=(const CString& text) {
+        Append(text);
+        return *this;
+    }
+    CString& operator+=(const wchar_t* text) {
+        Append(text);
+        return *this;
+    }
+    CString& operator+=(wchar_t character) {
+        AppendChar(character);
+        return *this;
+    }
+    /// Formats by the wide printf rules of the Windows runtime (%s is wide, %S narrow).
+    TARNU_API void __cdecl Format(const wchar_t* format, ...);
+    TARNU_API void FormatV(const wchar_t* format, va_list arguments);
+    TARNU_API void __cdecl AppendFormat(const wchar_t* format, ...);
+    TARNU_API void AppendFormatV(const wchar_t* format, va_list arguments);
+
+    // Comparing
+
+    int Compare(const wchar_t* other) const noexcept { return std::wcscmp(m_text, other); }
+    TARNU_API int CompareNoCase(const wchar_t* other) const noexcept;
+    TARNU_API int Collate(const wchar_t* other) const noexcept;
+    TARNU_API int CollateNoCase(const wchar_t* other) const noexcept;
+
+    // Searching: zero-based positions, -1 when nothing was found
+
+    TARNU_API int Find(const wchar_t* text, int start = 0) const noexcept;
+    TARNU_API int Find(wchar_t character, int start = 0) const noexcept;
+    TARNU_API int ReverseFind(wchar_t character) const noexcept;
+    TARNU_API int FindOneOf(const wchar_t* set) const noexcept;
+
+    // Parts; counts and positions are clipped to the text
+
+    TARNU_API CString Left(int count) const;
+    TARNU_API CString Right(int count) const;
+    TARNU_API CString Mid(int first) const;
+    TARNU_API CString Mid(int first, int count) const;
+    TARNU_API CString SpanIncluding(const wchar_t* set) const;
+    TARNU_API CString SpanExcluding(const wchar_t* set) const;
+    /// The next token of the text that stands between characters of @p delimiters; @p position runs along and becomes
+    /// -1 at the end.
+    TARNU_API CString Tokenize(const wchar_t* delimiters, int& position) const;
+
+    // Changing in place
+
+    TARNU_API CString& MakeUpper();
+    TARNU_API CString& MakeLower();
+    TARNU_API CString& MakeReverse();
+    TARNU_API CString& Trim();
+    TARNU_API CString& Trim(wchar_t character);
+    TARNU_API CString& Trim(const wchar_t* set);
+    TARNU_API CString& TrimLeft();
+    TARNU_API CString& TrimLeft(wchar_t character);
+    TARNU_API CString& TrimLeft(const wchar_t* set);
+    TARNU_API CString& TrimRight();
+    TARNU_API CString& TrimRight(wchar_t character);
+    TARNU_API CString& TrimRight(const wchar_t* set);
+    /// Both return the number of replacements; Remove and Delete return characters removed and the new length.
+    TARNU_API int Replace(wchar_t oldCharacter, wchar_t newCharacter);
+    TARNU_API int Replace(const wchar_t* oldText, const wchar_t* newText);
+    TARNU_API int Remove(wchar_t character);
+    TARNU_API int Insert(int index, wchar_t character);
+    TARNU_API int Insert(int index, const wchar_t* text);
+    TARNU_API int Delete(int index, int count = 1);
+
+    /// A new BSTR with the text; the caller frees it with SysFreeString.
+    TARNU_API BSTR AllocSysString() const;
+
+private:
+    struct Header {
+        long references; ///< negative: the static empty string, never released
+        int length;
+        int capacity; ///< characters, without the terminator
+    };
+    struct NilBlock {
+        Header header;
+        wchar_t text[2];
+    };
+    static inline NilBlock s_nil{{-1, 0, 0}, {0, 0}};
+
+    static wchar_t* Nil() noexcept { return s_nil.text; }
+    static Header* Head(wchar_t* text) noexcept { return reinterpret_cast<Header*>(text) - 1; }
+    static const Header* Head(const wchar_t* text) noexcept { return reinterpret_cast<const Header*>(text) - 1; }
+    static wchar_t* Share(wchar_t* text) noexcept {
+        if (Head(text)->references >= 0) ::InterlockedIncrement(&Head(text)->references);
+        return text;
+    }
+    static void ReleaseData(wchar_t* text) noexcept {
+        if (Head(text)->references >= 0 && ::InterlockedDecrement(&Head(text)->references) == 0) FreeData(text);
+    }
+    TARNU_API static void FreeData(wchar_t* text) noexcept;
+    /// Makes the buffer this object's own, with room for @p capacity characters; the text is kept.
+    void Own(int capacity);
+    void SetLength(int length) noexcept;
+
+    wchar_t* m_text;
+};
+
+inline CString operator+(const CString& left, const CString& right) {
+    CString result;
+    result.Preallocate(left.GetLength() + right.GetLength());
+    result.Append(left);
+    result.Append(right);
+    return result;
+}
+inline CString operator+(const CString& left, const wchar_t* right) {
+    CString result(left);
+    result.Append(right);
+    return result;
+}
+inline CString operator+(const wchar_t* left, const CString& right) {
+    CString result(left);
+    result.Append(right);
+    return result;
+}
+inline CString operator+(const CString& left, wchar_t right) {
+    CString result(left);
+    result.AppendChar(right);
+    return result;
+}
+inline CString operator+(wchar_t left, const CString& right) {
+    CString result(left);
+    result.Append(right);
+    return result;
+}
+
+inline bool operator==(const CString& left, const CString& right) noexcept {
+    return left.Compare(right) == 0;
+}
+inline bool operator==(const CString& left, const wchar_t* right) noexcept {
+    return left.Compare(right) == 0;
+}
+inline bool operator==(const wchar_t* left, const CString& right) noexcept {
+    return right.Compare(left) == 0;
+}
+inline bool operator!=(const CString& left, const CString& right) noexcept {
+    return left.Compare(right) != 0;
+}
+inline bool operator!=(const CString& left, const wchar_t* right) noexcept {
+    return left.Compare(right) != 0;
+}
+inline bool operator!=(const wchar_t* left, const CString& right) noexcept {
+    return right.Compare(left) != 0;
+}
+inline bool operator<(const CString& left, const CString& right) noexcept {
+    return left.Compare(right) < 0;
+}
+inline bool operator<(const CString& left, const wchar_t* right) noexcept {
+    return left.Compare(right) < 0;
+}
+inline bool operator<(const wchar_t* left, const CString& right) noexcept {
+    return right.Compare(left) > 0;
+}
+inline bool operator>(const CString& left, const CString& right) noexcept {
+    return left.Compare(right) > 0;
+}
+inline bool operator>(const CString& left, const wchar_t* right) noexcept {
+    return left.Compare(right) > 0;
+}
+inline bool operator>(const wchar_t* left, const CString& right) noexcept {
+    return right.Compare(left) < 0;
+}
+inline bool operator<=(const CString& left, const CString& right) noexcept {
+    return left.Compare(right) <= 0;
+}
+inline bool operator<=(const CString& left, const wchar_t* right) noexcept {
+    return left.Compare(right) <= 0;
+}
+inline bool operator<=(const wchar_t* left, const CString& right) noexcept {
+    return right.Compare(left) >= 0;
+}
+inline bool operator>=(const CString& left, const CString& right) noexcept {
+    return left.Compare(right) >= 0;
+}
+inline bool operator>=(const CString& left, const wchar_t* right) noexcept {
+    return left.Compare(right) >= 0;
+}
+inline bool operator>=(const wchar_t* left, const CString& right) noexcept {
+    return right.Compare(left) <= 0;
+}
+
+#endif // TARNU_FRAMEWORK_BUILTIN_CSTRING_H

@@ -1,0 +1,18 @@
+/// @file
+/// CStringList: the framework's list of strings.
+#ifndef TARNU_FRAMEWORK_BUILTIN_CSTRINGLIST_H
+#define TARNU_FRAMEWORK_BUILTIN_CSTRINGLIST_H
+
+#include "tarnu/framework/builtin/CList.h"
+#include "tarnu/framework/builtin/CString.h"
+
+/// A list of CString; every operation of CList, and elements given as plain texts.
+class CStringList : public CList<CString, const CString&> {
+public:
+    explicit CStringList(INT_PTR blockSize = 10) noexcept : CList(blockSize) {}
+
+    TARNU_API static const CRuntimeClass classCStringList;
+    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+};
+
+#endif // TARNU_FRAMEWORK_BUILTIN_CSTRINGLIST_H

@@ -1,0 +1,34 @@
+/// @file
+/// CWnd: a window handle as an object.
+#ifndef TARNU_FRAMEWORK_BUILTIN_CWND_H
+#define TARNU_FRAMEWORK_BUILTIN_CWND_H
+
+#include "tarnu/framework/builtin/CObject.h"
+
+/// Holds a window handle. Destroying the object leaves the window alone.
+class CWnd : public CObject {
+public:
+    TARNU_API static const CRuntimeClass classCWnd;
+
+    CWnd() noexcept = default;
+    TARNU_API ~CWnd() override;
+    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+
+    /// The handle; null when none is attached.
+    HWND GetSafeHwnd() const noexcept { return m_hWnd; }
+    operator HWND() const noexcept { return m_hWnd; } // NOLINT: implicit as documented
+    /// False when @p window is null.
+    BOOL Attach(HWND window) noexcept {
+        m_hWnd = window;
+        return window != nullptr;
+    }
+    HWND Detach() noexcept {
+        HWND window = m_hWnd;
+        m_hWnd = nullptr;
+        return window;
+    }
+
+    HWND m_hWnd = nullptr;
+};
+
+#endif // TARNU_FRAMEWORK_BUILTIN_CWND_H
