@@ -6,8 +6,10 @@
 #include "tarnu/framework/framework.h"
 
 // frame: message boxes, trace log, timer, progress
+#include "tarnu/frame/OrvaMessageBox.h"
 
 // text
+#include "tarnu/text/OrvaStrings.h"
 
 // paths
 
