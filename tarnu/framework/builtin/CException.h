@@ -6,8 +6,8 @@
 #include "tarnu/framework/builtin/CObject.h"
 #include "tarnu/framework/builtin/CString.h"
 
-/// Base of the framework's exceptions. They are thrown as pointers: `catch (CException* error) { …; error->Delete();
-/// }`.
+/// Base of the framework's exceptions. They are thrown as pointers, and the catcher ends their life:
+/// `catch (CException* error) { error->Delete(); }`. One thread at a time.
 class CException : public CObject {
 public:
     TARNU_API static const CRuntimeClass classCException;

@@ -16,8 +16,9 @@ struct CFileStatus {
     wchar_t m_szFullName[MAX_PATH] = {0}; ///< absolute path
 };
 
-/// A file opened through a Win32 handle. The object owns the handle and closes it when destroyed. Failures of the
-/// operations other than Open throw a CFileException*. One thread at a time.
+/// A file opened through a Win32 handle. The object owns what it has opened and closes it when destroyed; a handle that
+/// was attached is closed by Close and Abort only. Failures of the operations other than Open throw a CFileException*.
+/// One thread at a time.
 class CFile : public CObject {
 public:
     enum OpenFlags {
@@ -41,20 +42,23 @@ public:
     static inline const HANDLE hFileNull = INVALID_HANDLE_VALUE;
 
     TARNU_API CFile() noexcept;
-    /// Takes over an open handle.
+    /// Attaches an open handle, which stays its creator's to close.
     TARNU_API explicit CFile(HANDLE handle) noexcept;
     /// Opens a file; throws a CFileException* when that fails.
     TARNU_API CFile(const wchar_t* fileName, UINT openFlags);
     TARNU_API ~CFile() override;
     TARNU_API CRuntimeClass* GetRuntimeClass() const override;
 
-    /// Opens a file; false when that fails, with cause, error code and name in @p error when it is given.
+    /// Opens a file; false when that fails, with cause, error code and name in @p error when it is given. The name is
+    /// made absolute and may have up to 259 characters then. A file that is open is closed first. Without a share flag
+    /// nobody else can open the file.
     TARNU_API virtual BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr);
     TARNU_API virtual UINT Read(void* buffer, UINT count);
     TARNU_API virtual void Write(const void* buffer, UINT count);
     TARNU_API virtual ULONGLONG Seek(LONGLONG offset, UINT from);
     TARNU_API virtual ULONGLONG GetPosition() const;
     TARNU_API virtual ULONGLONG GetLength() const;
+    /// Cuts or extends the file; the position moves to its new end.
     TARNU_API virtual void SetLength(ULONGLONG length);
     TARNU_API virtual void Flush();
     /// Closes; failures throw. Abort closes and swallows failures.
@@ -65,6 +69,7 @@ public:
     ULONGLONG SeekToEnd() { return Seek(0, end); }
 
     virtual CString GetFilePath() const { return m_strFileName; }
+    /// The last component of the path; GetFileTitle gives it without its extension.
     TARNU_API virtual CString GetFileName() const;
     TARNU_API virtual CString GetFileTitle() const;
     virtual void SetFilePath(const wchar_t* path) { m_strFileName = path; }
@@ -82,7 +87,11 @@ public:
     HANDLE m_hFile = INVALID_HANDLE_VALUE;
 
 protected:
+    /// What Open does with its flags, without touching this object; null and the error filled in when it fails.
+    static HANDLE OpenHandle(const wchar_t* fileName, UINT openFlags, CString& fullPath, CFileException* error);
+
     CString m_strFileName;
+    BOOL m_bCloseOnDelete = FALSE;
 };
 
 #endif // TARNU_FRAMEWORK_BUILTIN_CFILE_H

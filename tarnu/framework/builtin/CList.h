@@ -6,6 +6,7 @@
 #include "tarnu/framework/builtin/CObject.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <utility>
@@ -45,13 +46,15 @@ public:
     }
     POSITION AddHead(ARG_TYPE value) { return ToPosition(Link(NewNode(value), nullptr, m_head)); }
     POSITION AddTail(ARG_TYPE value) { return ToPosition(Link(NewNode(value), m_tail, nullptr)); }
-    /// Appends or prepends copies of all elements of another list, keeping their order.
+    /// Appends or prepends copies of all elements of another list, or of this one, keeping their order.
     void AddTail(CList* other) {
-        for (POSITION position = other->GetHeadPosition(); position != nullptr;)
+        POSITION position = other->GetHeadPosition();
+        for (INT_PTR count = other->GetCount(); count > 0; --count)
             AddTail(other->GetNext(position));
     }
     void AddHead(CList* other) {
-        for (POSITION position = other->GetTailPosition(); position != nullptr;)
+        POSITION position = other->GetTailPosition();
+        for (INT_PTR count = other->GetCount(); count > 0; --count)
             AddHead(other->GetPrev(position));
     }
     void RemoveAll() noexcept {
@@ -142,8 +145,10 @@ private:
         return node;
     }
     void Grow() {
+        static_assert(alignof(Node) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
         constexpr std::size_t offset = (sizeof(Block) + alignof(Node) - 1) / alignof(Node) * alignof(Node);
         const auto count = static_cast<std::size_t>(m_blockSize);
+        if (count > (PTRDIFF_MAX - offset) / sizeof(Node)) throw std::bad_array_new_length();
         auto* block = static_cast<Block*>(::operator new(offset + count * sizeof(Node)));
         block->next = m_blocks;
         m_blocks = block;

@@ -15,7 +15,7 @@ public:
     TARNU_API static const CRuntimeClass classCStdioFile;
 
     TARNU_API CStdioFile() noexcept;
-    /// Takes over an open stream.
+    /// Attaches an open stream, which stays its creator's to close.
     TARNU_API explicit CStdioFile(FILE* stream) noexcept;
     /// Opens a file; throws a CFileException* when that fails.
     TARNU_API CStdioFile(const wchar_t* fileName, UINT openFlags);
@@ -28,6 +28,7 @@ public:
     TARNU_API ULONGLONG Seek(LONGLONG offset, UINT from) override;
     TARNU_API ULONGLONG GetPosition() const override;
     TARNU_API ULONGLONG GetLength() const override;
+    TARNU_API void SetLength(ULONGLONG length) override;
     TARNU_API void Flush() override;
     TARNU_API void Close() override;
     TARNU_API void Abort() noexcept override;
@@ -36,10 +37,16 @@ public:
     TARNU_API virtual void WriteString(const wchar_t* text);
     /// Reads up to @p maxLength - 1 characters with the line feed; null at the end of the file.
     TARNU_API virtual wchar_t* ReadString(wchar_t* text, UINT maxLength);
-    /// Reads one line without its line feed; false at the end of the file.
+    /// Reads one line of any length without its line feed; false, with an empty @p line, at the end of the file.
     TARNU_API virtual BOOL ReadString(CString& line);
 
     FILE* m_pStream = nullptr;
+
+private:
+    /// Throws when no stream is open.
+    void RequireStream() const;
+    /// Throws the runtime's last error with this cause, and clears the stream's error state.
+    [[noreturn]] void Fail(int cause) const;
 };
 
 #endif // TARNU_FRAMEWORK_BUILTIN_CSTDIOFILE_H

@@ -5,6 +5,7 @@
 
 #include "tarnu/framework/builtin/Windows.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cwchar>
 
@@ -12,8 +13,12 @@
 ///
 /// The object is one pointer to the terminated text; length and capacity stand in front of it. Lengths and positions
 /// are counts of UTF-16 code units. A text may hold embedded NUL characters. Distinct objects may be used from distinct
-/// threads even when they share a buffer; one object belongs to one thread at a time. Running out of memory throws
-/// std::bad_alloc.
+/// threads even when they share a buffer; one object belongs to one thread at a time.
+///
+/// Arguments may point into the string that is changed. Running out of memory and a length beyond what a string can
+/// hold throw std::bad_alloc; a length or index that the contract excludes throws std::out_of_range. A failed operation
+/// leaves the string as it was. Searching, comparing and case conversion follow the C runtime functions and see the
+/// text up to its first NUL; cutting, copying, appending and replacing work on the whole length.
 class CString {
 public:
     using XCHAR = wchar_t;
@@ -27,7 +32,7 @@ public:
     CString(const wchar_t* text) : m_text(Nil()) { SetString(text); } // NOLINT: implicit as documented
     /// A copy of @p length characters.
     CString(const wchar_t* text, int length) : m_text(Nil()) { SetString(text, length); }
-    /// @p repeat copies of one character.
+    /// @p repeat copies of one character; none when it is negative.
     TARNU_API explicit CString(wchar_t character, int repeat = 1);
     /// A text in the ANSI code page.
     TARNU_API explicit CString(const char* text);
@@ -70,7 +75,8 @@ public:
 
     // Writing through the buffer
 
-    /// A writable buffer of at least the current length (and the terminator), owned by the string until ReleaseBuffer.
+    /// A writable buffer of at least the current length (and the terminator), owned by the string; valid until the next
+    /// operation that changes it. ReleaseBuffer tells the string what was written.
     wchar_t* GetBuffer() { return GetBuffer(0); }
     /// A writable buffer for at least @p minLength characters and the terminator; the text is kept.
     TARNU_API wchar_t* GetBuffer(int minLength);
@@ -79,10 +85,12 @@ public:
     /// Ends the use of the buffer. The length becomes @p newLength, whatever the buffer holds; -1 measures the text.
     TARNU_API void ReleaseBuffer(int newLength = -1);
     void ReleaseBufferSetLength(int newLength) { ReleaseBuffer(newLength); }
+    /// Shortens the text to @p newLength characters; a longer or equal length changes nothing.
     TARNU_API void Truncate(int newLength);
     /// Makes room for @p length characters.
     TARNU_API void Preallocate(int length);
     TARNU_API void FreeExtra();
+    /// Replaces the character at @p index, which must lie inside the text.
     TARNU_API void SetAt(int index, wchar_t character);
     TARNU_API void SetString(const wchar_t* text);
     TARNU_API void SetString(const wchar_t* text, int length);
@@ -109,7 +117,9 @@ public:
         AppendChar(character);
         return *this;
     }
-    /// Formats by the wide printf rules of the Windows runtime (%s is wide, %S narrow).
+    /// Formats by the wide printf rules of the Windows runtime (%s is wide, %S narrow). Texts are passed as
+    /// `const wchar_t*`, so a CString argument is written with GetString(). A null format, or an argument that the
+    /// runtime cannot convert, throws std::invalid_argument.
     TARNU_API void __cdecl Format(const wchar_t* format, ...);
     TARNU_API void FormatV(const wchar_t* format, va_list arguments);
     TARNU_API void __cdecl AppendFormat(const wchar_t* format, ...);
@@ -137,8 +147,8 @@ public:
     TARNU_API CString Mid(int first, int count) const;
     TARNU_API CString SpanIncluding(const wchar_t* set) const;
     TARNU_API CString SpanExcluding(const wchar_t* set) const;
-    /// The next token of the text that stands between characters of @p delimiters; @p position runs along and becomes
-    /// -1 at the end.
+    /// The next token of the text that stands between characters of @p delimiters; @p position (0 for the first call)
+    /// moves behind the token's delimiter and becomes -1, with an empty result, when no token is left.
     TARNU_API CString Tokenize(const wchar_t* delimiters, int& position) const;
 
     // Changing in place
@@ -155,12 +165,16 @@ public:
     TARNU_API CString& TrimRight();
     TARNU_API CString& TrimRight(wchar_t character);
     TARNU_API CString& TrimRight(const wchar_t* set);
-    /// Both return the number of replacements; Remove and Delete return characters removed and the new length.
+    /// Both return the number of replacements. The second replaces from left to right and does not look into what it
+    /// has inserted; an empty @p oldText replaces nothing, a null @p newText deletes.
     TARNU_API int Replace(wchar_t oldCharacter, wchar_t newCharacter);
     TARNU_API int Replace(const wchar_t* oldText, const wchar_t* newText);
+    /// Removes every occurrence. @return the number of characters removed
     TARNU_API int Remove(wchar_t character);
+    /// Both insert before @p index, which is clipped to the text. @return the new length
     TARNU_API int Insert(int index, wchar_t character);
     TARNU_API int Insert(int index, const wchar_t* text);
+    /// Deletes up to @p count characters from @p index on; both are clipped to the text. @return the new length
     TARNU_API int Delete(int index, int count = 1);
 
     /// A new BSTR with the text; the caller frees it with SysFreeString.
@@ -168,7 +182,7 @@ public:
 
 private:
     struct Header {
-        long references; ///< negative: the static empty string, never released
+        std::atomic<long> references; ///< negative: the static empty string, never released
         int length;
         int capacity; ///< characters, without the terminator
     };
@@ -176,22 +190,40 @@ private:
         Header header;
         wchar_t text[2];
     };
-    static inline NilBlock s_nil{{-1, 0, 0}, {0, 0}};
+    static constinit inline NilBlock s_nil{{-1, 0, 0}, {0, 0}};
 
     static wchar_t* Nil() noexcept { return s_nil.text; }
     static Header* Head(wchar_t* text) noexcept { return reinterpret_cast<Header*>(text) - 1; }
     static const Header* Head(const wchar_t* text) noexcept { return reinterpret_cast<const Header*>(text) - 1; }
     static wchar_t* Share(wchar_t* text) noexcept {
-        if (Head(text)->references >= 0) ::InterlockedIncrement(&Head(text)->references);
+        std::atomic<long>& references = Head(text)->references;
+        if (references.load(std::memory_order_relaxed) >= 0) references.fetch_add(1, std::memory_order_relaxed);
         return text;
     }
     static void ReleaseData(wchar_t* text) noexcept {
-        if (Head(text)->references >= 0 && ::InterlockedDecrement(&Head(text)->references) == 0) FreeData(text);
+        if (text == Nil()) return; // the usual empty string; another module's is told by its count
+        std::atomic<long>& references = Head(text)->references;
+        if (references.load(std::memory_order_relaxed) >= 0 && references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            FreeData(text);
     }
     TARNU_API static void FreeData(wchar_t* text) noexcept;
+    static wchar_t* NewData(std::size_t capacity);
+    /// A new buffer with room for @p capacity characters that starts with this object's text.
+    wchar_t* NewRoom(int capacity) const;
+    /// True when this object alone refers to its buffer and may write to it.
+    bool IsOwner() const noexcept { return Head(m_text)->references.load(std::memory_order_acquire) == 1; }
     /// Makes the buffer this object's own, with room for @p capacity characters; the text is kept.
     void Own(int capacity);
-    void SetLength(int length) noexcept;
+    void SetLength(int length) noexcept {
+        Head(m_text)->length = length;
+        m_text[length] = 0;
+    }
+    /// Puts @p length characters in the place of the @p count characters at @p index.
+    void Splice(int index, int count, const wchar_t* text, int length);
+    /// Cuts the text down to the characters from @p first up to, but without, @p last.
+    void KeepRange(int first, int last);
+    /// The position of what a runtime search has found; -1 for null.
+    int IndexOf(const wchar_t* found) const noexcept;
 
     wchar_t* m_text;
 };

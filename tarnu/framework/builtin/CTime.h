@@ -35,10 +35,11 @@ class CTime {
 public:
     CTime() noexcept = default;
     CTime(__time64_t seconds) noexcept : m_seconds(seconds) {} // NOLINT: implicit as documented
-    /// Local time; @p daylight is 1, 0, or -1 to let the system decide. A time the runtime cannot represent gives 0.
-    TARNU_API CTime(int year, int month, int day, int hour, int minute, int second, int daylight = -1) noexcept;
-    TARNU_API explicit CTime(const SYSTEMTIME& local, int daylight = -1) noexcept;
-    TARNU_API explicit CTime(const FILETIME& utc, int daylight = -1) noexcept;
+    /// Local time; @p daylightSaving is 1, 0, or -1 to let the system decide. A time the runtime cannot represent gives
+    /// 0.
+    TARNU_API CTime(int year, int month, int day, int hour, int minute, int second, int daylightSaving = -1) noexcept;
+    TARNU_API explicit CTime(const SYSTEMTIME& local, int daylightSaving = -1) noexcept;
+    TARNU_API explicit CTime(const FILETIME& utc, int daylightSaving = -1) noexcept;
 
     TARNU_API static CTime GetCurrentTime() noexcept;
 
