@@ -12,6 +12,8 @@
 #include "tarnu/text/OrvaStrings.h"
 
 // paths
+#include "tarnu/paths/OrvaFileAttributes.h"
+#include "tarnu/paths/OrvaPath.h"
 
 // filesystem: walkers, modification tracking, file events, folder picker
 

@@ -12,7 +12,8 @@ using OrvaFileAttributeData = WIN32_FILE_ATTRIBUTE_DATA;
 /// Reads the attributes, times and size of a file.
 ///
 /// The file is opened for reading and shared with other readers and writers, so a file that somebody holds exclusively
-/// is reported as a failure, with its attributes filled. The same goes for every directory: it can't be opened this way.
+/// is reported as a failure, with its attributes filled. The same goes for every directory: it can't be opened this
+/// way.
 /// @param path       the file; borrowed for the call
 /// @param infoLevel  must be 0
 /// @param data       receives the record

@@ -17,16 +17,16 @@
 /// report.ChangeExtension(L"log"); // …\out\report.log
 /// @endcode
 ///
-/// Lengths are counts of UTF-16 code units. The text is read up to its terminator and may have any length. The operations
-/// that go through one of the system's fixed buffers (260 characters with the terminator) say so; they fail for longer
-/// texts. No operation throws for a bad path: failures are a false, a 0 or an empty path, and the path keeps its text
-/// unless stated. Running out of memory throws the framework's memory exception, except from Normalize and the location
-/// getters, which report it.
+/// Lengths are counts of UTF-16 code units. The text is read up to its terminator and may have any length. The
+/// operations that go through one of the system's fixed buffers (260 characters with the terminator) say so; they fail
+/// for longer texts. No operation throws for a bad path: failures are a false, a 0 or an empty path, and the path keeps
+/// its text unless stated. Running out of memory throws the framework's memory exception, except from Normalize and the
+/// location getters, which report it.
 /// @par Threads
 /// A value: one thread at a time per object; distinct objects may share their text's buffer and are independent.
 /// @par Ownership
-/// Owns its text (shared between copies until one is written to, so a copy costs one counter); the separator points to a
-/// constant. Texts that are passed in are copied or shared, never kept by address.
+/// Owns its text (shared between copies until one is written to, so a copy costs one counter); the separator points to
+/// a constant. Texts that are passed in are copied or shared, never kept by address.
 class TARNU_API OrvaPath {
 public:
     /// Option flags. ApplyOptions takes the groups in this order; values of a group that are not listed have no effect,
@@ -59,9 +59,9 @@ public:
     /// The empty path with separator "\\".
     OrvaPath() noexcept;
     /// A copy of a text (null is empty), with the options applied.
-    OrvaPath(const wchar_t* text, unsigned flags = BackslashSeparator);        // NOLINT: implicit on purpose
-    OrvaPath(const CString& text, unsigned flags = BackslashSeparator);        // NOLINT: implicit on purpose
-    OrvaPath(const std::wstring& text, unsigned flags = BackslashSeparator);   // NOLINT: implicit on purpose
+    OrvaPath(const wchar_t* text, unsigned flags = BackslashSeparator);      // NOLINT: implicit on purpose
+    OrvaPath(const CString& text, unsigned flags = BackslashSeparator);      // NOLINT: implicit on purpose
+    OrvaPath(const std::wstring& text, unsigned flags = BackslashSeparator); // NOLINT: implicit on purpose
     /// A copy of a path with the options applied; the separator is the one that the flags select.
     OrvaPath(const OrvaPath& other, unsigned flags);
     /// SetToLocation on an empty path, then the options.
@@ -103,10 +103,11 @@ public:
     // Form
 
     /// Rewrites the text with this path's separator: runs of separators become one, except that two or more at the
-    /// beginning become two; a trailing separator stays; double quotes are taken out. Normalising twice changes nothing.
+    /// beginning become two; a trailing separator stays; double quotes are taken out. Normalising twice changes
+    /// nothing.
     ///
-    /// A double quote ends a component as a separator does (`a"b` becomes `a\b`), and a text that begins with one has no
-    /// leading separator (`"\\server\x"` becomes `server\x`).
+    /// A double quote ends a component as a separator does (`a"b` becomes `a\b`), and a text that begins with one has
+    /// no leading separator (`"\\server\x"` becomes `server\x`).
     void Normalize();
     /// Sets the separator to "/" and normalises.
     void NormalizeSlash();
@@ -144,8 +145,8 @@ public:
 
     // Parts
 
-    /// Splits the text as the runtime's _wsplitpath does, without its length limits: `C:`, `\dir\`, `name`, `.ext`. Each
-    /// part gets this path's separator.
+    /// Splits the text as the runtime's _wsplitpath does, without its length limits: `C:`, `\dir\`, `name`, `.ext`.
+    /// Each part gets this path's separator.
     void SplitPathRaw(OrvaPath& drive, OrvaPath& directory, OrvaPath& name, OrvaPath& extension) const;
     /// As SplitPathRaw, with server and share of a UNC path as the drive: `\\server\share\`, `dir\`, `name`, `.ext`.
     void SplitPath(OrvaPath& drive, OrvaPath& directory, OrvaPath& name, OrvaPath& extension) const;
@@ -154,12 +155,13 @@ public:
     OrvaPath GetDirectory() const;
     OrvaPath GetName() const;
     OrvaPath GetExtension() const;
-    /// Drive and directory, joined and normalised. A path relative to a drive's current directory (`C:dir\x`) stays one.
+    /// Drive and directory, joined and normalised. A path relative to a drive's current directory (`C:dir\x`) stays
+    /// one.
     OrvaPath GetDriveAndDirectory() const;
     /// Name and extension: `name.ext`.
     OrvaPath GetNameAndExtension() const;
-    /// Replaces the extension and normalises. The point before @p extension is optional; an empty or null one leaves the
-    /// name ending in ".".
+    /// Replaces the extension and normalises. The point before @p extension is optional; an empty or null one leaves
+    /// the name ending in ".".
     void ChangeExtension(const wchar_t* extension);
     /// Fills @p components, emptied first, with the drive (or server and share), each directory, and the name with its
     /// extension, as far as there are such.
@@ -180,13 +182,15 @@ public:
 
     /// This path relative to the directory part of @p base: `..\other\x.txt`, `.\x.txt`. A base that is meant as a
     /// directory must end in a separator. Case is ignored.
-    /// @return an empty path when there is no relative path (other drive) or when base, path or result need more than 260
+    /// @return an empty path when there is no relative path (other drive) or when base, path or result need more than
+    /// 260
     ///         characters with the terminator
     OrvaPath GetRelativeTo(OrvaPath base) const;
     /// How many levels this path lies below the directory @p base: 1 for an entry of base itself. Case is ignored.
     /// @return 0 when it does not lie below, is base itself, or one of them has 260 or more characters
     int GetDepthBelow(const OrvaPath& base) const;
-    /// The system's PathCombineW of two paths: the right one when it is absolute, otherwise both; "." and ".." resolved.
+    /// The system's PathCombineW of two paths: the right one when it is absolute, otherwise both; "." and ".."
+    /// resolved.
     /// @param out receives the text, empty when the combination fails or needs more than 260 characters with the
     ///        terminator; keeps its separator
     static void Combine(OrvaPath& out, const CString& left, const OrvaPath& right);
@@ -214,8 +218,8 @@ public:
     /// @param module borrowed; null is the running executable
     bool GetModuleFileName(HMODULE module);
     /// The four directory getters take the system's answer as it is, without normalising. The stored length
-    /// (GetText().GetLength()) is one more than the text's: it counts the terminator. An answer that needs more than 260
-    /// characters clears the text and fails.
+    /// (GetText().GetLength()) is one more than the text's: it counts the terminator. An answer that needs more than
+    /// 260 characters clears the text and fails.
     bool GetSystemDirectory();
     bool GetWindowsDirectory();
     bool GetTempPath();
