@@ -7,6 +7,7 @@
 
 // frame: message boxes, trace log, timer, progress
 #include "tarnu/frame/OrvaMessageBox.h"
+#include "tarnu/frame/OrvaProgress.h"
 
 // text
 #include "tarnu/text/OrvaStrings.h"
@@ -16,6 +17,8 @@
 #include "tarnu/paths/OrvaPath.h"
 
 // filesystem: walkers, modification tracking, file events, folder picker
+#include "tarnu/filesystem/OrvaFileModifiedManager.h"
+#include "tarnu/filesystem/OrvaFileModifiedStatus.h"
 
 // files: operations on files and trees, report file, stream
 

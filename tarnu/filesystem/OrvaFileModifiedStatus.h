@@ -1,0 +1,28 @@
+/// @file
+/// OrvaFileModifiedStatus: a file status as the modification tracking remembers it.
+#ifndef TARNU_FILESYSTEM_ORVAFILEMODIFIEDSTATUS_H
+#define TARNU_FILESYSTEM_ORVAFILEMODIFIEDSTATUS_H
+
+#include "tarnu/framework/framework.h"
+
+/// A CFileStatus with value semantics of its own: times, size, attribute byte and full name of one file.
+///
+/// Thread rule: a plain value; one thread at a time. Ownership: it holds everything itself.
+struct TARNU_API OrvaFileModifiedStatus : public CFileStatus {
+    /// All zero, with an empty name.
+    OrvaFileModifiedStatus() noexcept;
+    /// Takes over all six values of a file status.
+    OrvaFileModifiedStatus(const CFileStatus& status) noexcept; // NOLINT: implicit on purpose
+    OrvaFileModifiedStatus(const OrvaFileModifiedStatus& other) noexcept;
+    virtual ~OrvaFileModifiedStatus();
+
+    /// Takes over name, creation time, modification time and size. Access time and attribute byte stay as they were.
+    OrvaFileModifiedStatus& operator=(const OrvaFileModifiedStatus& other) noexcept;
+
+    /// True only for an object and itself; two distinct statuses are never equal, whatever they hold. Compare the
+    /// members to compare what they hold.
+    bool operator==(const OrvaFileModifiedStatus& other) const noexcept;
+    bool operator!=(const OrvaFileModifiedStatus& other) const noexcept;
+};
+
+#endif // TARNU_FILESYSTEM_ORVAFILEMODIFIEDSTATUS_H
