@@ -1,0 +1,261 @@
+#include "tarnu/messaging/OrvaSubClassWnd.h"
+
+#include "tarnu/support/SrwLock.h"
+
+#include <map>
+#include <new>
+#include <utility>
+
+using tarnu::support::SrwExclusiveLock;
+using tarnu::support::SrwSharedLock;
+
+IMPLEMENT_DYNAMIC(OrvaSubClassWnd, CObject)
+
+/// One call of an object's WindowProc that is under way on this thread. It knows where its message goes next, so that
+/// an object that unhooks, moves to another window or dies while it handles the message does not lead it astray.
+struct OrvaSubClassWnd::Delivery {
+    Delivery(OrvaSubClassWnd* receiver, HWND hwnd) noexcept
+        : object(receiver)
+        , window(hwnd)
+        , next(receiver->m_next)
+        , previous(receiver->m_previous)
+        , outer(std::exchange(s_innermost, this)) {}
+    ~Delivery() { s_innermost = outer; }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+
+    /// The innermost call of @p receiver; null when there is none on this thread.
+    static const Delivery* Find(const OrvaSubClassWnd* receiver) noexcept {
+        const Delivery* delivery = s_innermost;
+        while (delivery != nullptr && delivery->object != receiver)
+            delivery = delivery->outer;
+        return delivery;
+    }
+
+    OrvaSubClassWnd* object; ///< null once the object was destroyed
+    HWND window;
+    OrvaSubClassWnd* next;
+    WNDPROC previous; ///< null once the window was destroyed
+    Delivery* outer;
+
+    static thread_local Delivery* s_innermost;
+};
+
+thread_local OrvaSubClassWnd::Delivery* OrvaSubClassWnd::Delivery::s_innermost = nullptr;
+
+/// The chains of all windows, and the window procedure that they share. The lock guards the map alone; a chain's links
+/// belong to the thread of its window.
+struct OrvaSubClassWnd::Chain {
+    static OrvaSubClassWnd* Head(HWND window) noexcept;
+    static bool Contains(HWND window, const OrvaSubClassWnd* object) noexcept;
+    static bool Attach(HWND window, OrvaSubClassWnd* object) noexcept;
+    static void Detach(OrvaSubClassWnd* object) noexcept;
+    static void DetachAll(HWND window) noexcept;
+    static LRESULT Call(OrvaSubClassWnd* object, HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+private:
+    using Heads = std::map<HWND, OrvaSubClassWnd*>;
+
+    // Left to the end of the process on purpose: static destructors that run later still destroy subclassed windows.
+    static Heads& AllHeads() {
+        static Heads& heads = *new Heads;
+        return heads;
+    }
+    static void EraseHead(HWND window) noexcept;
+
+    static SRWLOCK s_lock;
+};
+
+SRWLOCK OrvaSubClassWnd::Chain::s_lock = SRWLOCK_INIT;
+
+namespace {
+
+/// Holds a window's own procedure where the shared one can find it after the chain is gone: a foreign subclasser that
+/// hooked on top of the chain puts the shared procedure back when it unhooks.
+constexpr wchar_t kOwnProcedureProperty[] = L"OrvaSubClassWnd.OwnProcedure";
+
+WNDPROC ReplaceProcedure(HWND window, WNDPROC procedure) noexcept {
+    return reinterpret_cast<WNDPROC>(::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
+}
+
+WNDPROC CurrentProcedure(HWND window) noexcept {
+    return reinterpret_cast<WNDPROC>(::GetWindowLongPtrW(window, GWLP_WNDPROC));
+}
+
+WNDPROC RememberedProcedure(HWND window) noexcept {
+    return reinterpret_cast<WNDPROC>(::GetPropW(window, kOwnProcedureProperty));
+}
+
+// The procedures of ANSI windows are tokens that only CallWindowProcW can call; null it answers with 0.
+LRESULT CallProcedure(WNDPROC procedure, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    return procedure != nullptr ? ::CallWindowProcW(procedure, window, message, wParam, lParam)
+                                : ::DefWindowProcW(window, message, wParam, lParam);
+}
+
+/// Makes a message the framework's last sent one for a scope.
+class LastSentMessage {
+public:
+    LastSentMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
+        : m_current(AfxGetThreadState()->m_lastSentMsg), m_saved(m_current) {
+        m_current.hwnd = window;
+        m_current.message = message;
+        m_current.wParam = wParam;
+        m_current.lParam = lParam;
+    }
+    ~LastSentMessage() { m_current = m_saved; }
+    LastSentMessage(const LastSentMessage&) = delete;
+    LastSentMessage& operator=(const LastSentMessage&) = delete;
+
+private:
+    MSG& m_current;
+    const MSG m_saved;
+};
+
+} // namespace
+
+OrvaSubClassWnd* OrvaSubClassWnd::Chain::Head(HWND window) noexcept {
+    const SrwSharedLock lock(s_lock);
+    const Heads& heads = AllHeads();
+    const auto found = heads.find(window);
+    return found != heads.end() ? found->second : nullptr;
+}
+
+bool OrvaSubClassWnd::Chain::Contains(HWND window, const OrvaSubClassWnd* object) noexcept {
+    const OrvaSubClassWnd* element = Head(window);
+    while (element != nullptr && element != object)
+        element = element->m_next;
+    return element != nullptr;
+}
+
+void OrvaSubClassWnd::Chain::EraseHead(HWND window) noexcept {
+    const SrwExclusiveLock lock(s_lock);
+    AllHeads().erase(window);
+}
+
+bool OrvaSubClassWnd::Chain::Attach(HWND window, OrvaSubClassWnd* object) noexcept {
+    OrvaSubClassWnd* oldHead = nullptr;
+    try {
+        const SrwExclusiveLock lock(s_lock);
+        OrvaSubClassWnd*& head = AllHeads()[window];
+        oldHead = std::exchange(head, object);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    object->m_next = oldHead;
+    if (oldHead != nullptr) {
+        object->m_previous = oldHead->m_previous;
+        return true;
+    }
+    WNDPROC replaced = ReplaceProcedure(window, &Procedure);
+    if (replaced == nullptr) {
+        EraseHead(window);
+        return false;
+    }
+    // A foreign subclasser may have put the shared procedure back: the window's own one was remembered then.
+    object->m_previous = replaced == &Procedure ? RememberedProcedure(window) : replaced;
+    return true;
+}
+
+void OrvaSubClassWnd::Chain::Detach(OrvaSubClassWnd* object) noexcept {
+    const HWND window = object->m_hWnd;
+    if (!Contains(window, object)) return;
+    for (Delivery* delivery = Delivery::s_innermost; delivery != nullptr; delivery = delivery->outer) {
+        if (delivery->next == object) delivery->next = object->m_next;
+    }
+    OrvaSubClassWnd* const next = std::exchange(object->m_next, nullptr);
+    OrvaSubClassWnd* element = Head(window);
+    if (element != object) {
+        while (element->m_next != object)
+            element = element->m_next;
+        element->m_next = next;
+    } else if (next != nullptr) {
+        const SrwExclusiveLock lock(s_lock);
+        AllHeads().find(window)->second = next;
+    } else {
+        EraseHead(window);
+        if (object->m_previous != nullptr && ::IsWindow(window)) {
+            // Hosts rely on getting back the procedure from before the first subclasser, also when a foreign one
+            // hooked on top meanwhile: it is cut off.
+            if (CurrentProcedure(window) != &Procedure) {
+                ::SetPropW(window, kOwnProcedureProperty, reinterpret_cast<HANDLE>(object->m_previous));
+            }
+            ReplaceProcedure(window, object->m_previous);
+        }
+    }
+}
+
+void OrvaSubClassWnd::Chain::DetachAll(HWND window) noexcept {
+    while (OrvaSubClassWnd* const head = Head(window)) {
+        Detach(head);
+        head->m_previous = nullptr;
+        head->m_hWnd = nullptr;
+    }
+    for (Delivery* delivery = Delivery::s_innermost; delivery != nullptr; delivery = delivery->outer) {
+        if (delivery->window == window) delivery->previous = nullptr;
+    }
+    ::RemovePropW(window, kOwnProcedureProperty);
+}
+
+LRESULT OrvaSubClassWnd::Chain::Call(OrvaSubClassWnd* object, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    Delivery delivery(object, window); // not constant: detaching updates it
+    return object->WindowProc(message, wParam, lParam);
+}
+
+LRESULT CALLBACK OrvaSubClassWnd::Chain::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    const LastSentMessage lastSentMessage(window, message, wParam, lParam);
+    OrvaSubClassWnd* const head = Head(window);
+    if (message == WM_NCDESTROY) {
+        WNDPROC previous = head != nullptr ? head->m_previous : RememberedProcedure(window);
+        DetachAll(window);
+        const LRESULT result = CallProcedure(previous, window, message, wParam, lParam);
+        // Whoever hooked a window that is past its last message would keep an entry for a handle that is reused.
+        DetachAll(window);
+        return result;
+    }
+    if (head == nullptr) return CallProcedure(RememberedProcedure(window), window, message, wParam, lParam);
+    return Call(head, window, message, wParam, lParam);
+}
+
+OrvaSubClassWnd::~OrvaSubClassWnd() {
+    UnSubClass();
+    for (Delivery* delivery = Delivery::s_innermost; delivery != nullptr; delivery = delivery->outer) {
+        if (delivery->object == this) delivery->object = nullptr;
+    }
+}
+
+BOOL OrvaSubClassWnd::SubClass(HWND window) noexcept {
+    if (window == nullptr) {
+        UnSubClass();
+        return FALSE;
+    }
+    if (window == m_hWnd && Chain::Head(window) == this) return TRUE;
+    UnSubClass();
+    const bool isHooked = ::IsWindow(window) && Chain::Attach(window, this);
+    m_hWnd = window;
+    return isHooked;
+}
+
+BOOL OrvaSubClassWnd::SubClass(CWnd* window) noexcept {
+    return SubClass(window != nullptr ? window->GetSafeHwnd() : static_cast<HWND>(nullptr));
+}
+
+void OrvaSubClassWnd::UnSubClass() noexcept {
+    if (m_hWnd == nullptr) return;
+    Chain::Detach(this);
+    m_previous = nullptr;
+    m_hWnd = nullptr;
+}
+
+LRESULT OrvaSubClassWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
+    const Delivery* const delivery = Delivery::Find(this);
+    const HWND window = delivery != nullptr ? delivery->window : m_hWnd;
+    OrvaSubClassWnd* const next = delivery != nullptr ? delivery->next : m_next;
+    if (next != nullptr) return Chain::Call(next, window, message, wParam, lParam);
+    return CallProcedure(delivery != nullptr ? delivery->previous : m_previous, window, message, wParam, lParam);
+}
+
+LRESULT OrvaSubClassWnd::Default() {
+    const MSG current = AfxGetThreadState()->m_lastSentMsg;
+    return OrvaSubClassWnd::WindowProc(current.message, current.wParam, current.lParam);
+}
