@@ -27,6 +27,8 @@
 // geometry: point strings, face and point readers
 
 // messaging: callbacks, subclassing, window-message server, server thread
+#include "tarnu/messaging/OrvaSubClassWnd.h"
+#include "tarnu/messaging/OrvaWndMsgServer.h"
 
 // xml
 

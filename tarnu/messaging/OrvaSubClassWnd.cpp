@@ -73,7 +73,7 @@ namespace {
 
 /// Holds a window's own procedure where the shared one can find it after the chain is gone: a foreign subclasser that
 /// hooked on top of the chain puts the shared procedure back when it unhooks.
-constexpr wchar_t kOwnProcedureProperty[] = L"OrvaSubClassWnd.OwnProcedure";
+constexpr wchar_t ownProcedureProperty[] = L"OrvaSubClassWnd.OwnProcedure";
 
 WNDPROC ReplaceProcedure(HWND window, WNDPROC procedure) noexcept {
     return reinterpret_cast<WNDPROC>(::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
@@ -84,7 +84,7 @@ WNDPROC CurrentProcedure(HWND window) noexcept {
 }
 
 WNDPROC RememberedProcedure(HWND window) noexcept {
-    return reinterpret_cast<WNDPROC>(::GetPropW(window, kOwnProcedureProperty));
+    return reinterpret_cast<WNDPROC>(::GetPropW(window, ownProcedureProperty));
 }
 
 // The procedures of ANSI windows are tokens that only CallWindowProcW can call; null it answers with 0.
@@ -178,7 +178,7 @@ void OrvaSubClassWnd::Chain::Detach(OrvaSubClassWnd* object) noexcept {
             // Hosts rely on getting back the procedure from before the first subclasser, also when a foreign one
             // hooked on top meanwhile: it is cut off.
             if (CurrentProcedure(window) != &Procedure) {
-                ::SetPropW(window, kOwnProcedureProperty, reinterpret_cast<HANDLE>(object->m_previous));
+                ::SetPropW(window, ownProcedureProperty, reinterpret_cast<HANDLE>(object->m_previous));
             }
             ReplaceProcedure(window, object->m_previous);
         }
@@ -194,7 +194,7 @@ void OrvaSubClassWnd::Chain::DetachAll(HWND window) noexcept {
     for (Delivery* delivery = Delivery::s_innermost; delivery != nullptr; delivery = delivery->outer) {
         if (delivery->window == window) delivery->previous = nullptr;
     }
-    ::RemovePropW(window, kOwnProcedureProperty);
+    ::RemovePropW(window, ownProcedureProperty);
 }
 
 LRESULT OrvaSubClassWnd::Chain::Call(OrvaSubClassWnd* object, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

@@ -13,13 +13,13 @@ namespace OrvaWndMsgServer_details {
 
 namespace {
 
-constexpr wchar_t kClassNameFormat[] = L"OrvaWnd59A9E57ED6664f9e943F19730E161AEE";
+constexpr wchar_t classNameFormat[] = L"OrvaWnd59A9E57ED6664f9e943F19730E161AEE";
 
 } // namespace
 
 OrvaWndMsgServerImpl::OrvaWndMsgServerImpl() noexcept : m_instance(::GetModuleHandleW(nullptr)) {
-    wchar_t className[std::size(kClassNameFormat)] = {};
-    std::swprintf(className, std::size(className), kClassNameFormat, m_instance);
+    wchar_t className[std::size(classNameFormat)] = {};
+    std::swprintf(className, std::size(className), classNameFormat, m_instance);
     if (m_instance != nullptr && m_classAtom == 0) {
         WNDCLASSEXW windowClass{};
         windowClass.cbSize = sizeof windowClass;

@@ -1,0 +1,384 @@
+#include "tarnu/messaging/OrvaSubClassWnd.h"
+
+#include "messaging/TestWindow.h"
+#include "support/Wait.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace tarnu::test {
+namespace {
+
+/// Appends its name to the log for every message that TestWindow logs, and then continues the chain.
+class Recorder : public OrvaSubClassWnd {
+public:
+    Recorder(std::string& log, char name) : m_log(log), m_name(name) {}
+
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override {
+        if (message < WM_APP && message != WM_NCDESTROY) return OrvaSubClassWnd::WindowProc(message, wParam, lParam);
+        m_log += m_name;
+        m_log += ' ';
+        // The handlers stay on the stack: they may delete this object.
+        const auto before = std::exchange(onceBefore, nullptr);
+        const auto after = std::exchange(onceAfter, nullptr);
+        if (before) before();
+        if (useDefault) return Default();
+        const LRESULT result = isBaseSkipped ? 0 : OrvaSubClassWnd::WindowProc(message, wParam, lParam);
+        if (after) after();
+        return result;
+    }
+
+    std::function<void()> onceBefore; ///< called once, before the base
+    std::function<void()> onceAfter;  ///< called once, after it
+    bool useDefault = false;
+    bool isBaseSkipped = false;
+
+private:
+    std::string& m_log;
+    char m_name;
+};
+
+class SubClass : public ::testing::Test {
+protected:
+    /// What one message leaves in the log.
+    std::string Sent(const TestWindow& window) {
+        m_log.clear();
+        EXPECT_EQ(7, window.Send(WM_APP, 3, 4));
+        return m_log;
+    }
+    std::string Sent() { return Sent(m_window); }
+
+    std::string m_log;
+    TestWindow m_window{m_log};
+    Recorder m_a{m_log, 'a'};
+    Recorder m_b{m_log, 'b'};
+    Recorder m_c{m_log, 'c'};
+};
+
+TEST_F(SubClass, UnhooksInEveryOrderAndRestoresTheProcedureAtTheEnd) {
+    std::vector<Recorder*> order{&m_a, &m_b, &m_c};
+    std::sort(order.begin(), order.end());
+    do {
+        for (Recorder* object : {&m_a, &m_b, &m_c})
+            EXPECT_TRUE(object->SubClass(m_window.Handle()));
+        WNDPROC shared = m_window.Procedure();
+        EXPECT_NE(TestWindow::OwnProcedure(), shared);
+        std::vector<std::pair<Recorder*, std::string>> chain{{&m_c, "c "}, {&m_b, "b "}, {&m_a, "a "}};
+        for (Recorder* object : order) {
+            EXPECT_EQ(shared, m_window.Procedure());
+            object->UnSubClass();
+            std::erase_if(chain, [&](const auto& element) { return element.first == object; });
+            std::string expected;
+            for (const auto& element : chain)
+                expected += element.second;
+            EXPECT_EQ(expected + "window ", Sent());
+        }
+        EXPECT_EQ(TestWindow::OwnProcedure(), m_window.Procedure());
+    } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST_F(SubClass, ADestroyedObjectLeavesTheChain) {
+    auto middle = std::make_unique<Recorder>(m_log, 'm');
+    auto head = std::make_unique<Recorder>(m_log, 'h');
+    m_a.SubClass(m_window.Handle());
+    middle->SubClass(m_window.Handle());
+    head->SubClass(m_window.Handle());
+    middle.reset();
+    EXPECT_EQ("h a window ", Sent());
+    head.reset();
+    EXPECT_EQ("a window ", Sent());
+}
+
+TEST_F(SubClass, HandlesThatAreNoWindowsAreStoredAndHarmless) {
+    TestWindow other(m_log);
+    HWND dead = other.Handle();
+    other.Destroy();
+    for (HWND handle : {dead, reinterpret_cast<HWND>(0x7FFE), HWND_BROADCAST}) {
+        EXPECT_FALSE(m_a.SubClass(handle));
+        EXPECT_FALSE(m_b.SubClass(handle));
+        m_a.UnSubClass();
+        EXPECT_TRUE(m_b.SubClass(m_window.Handle())); // leaves the stored handle for a window
+        EXPECT_EQ("b window ", Sent());
+        EXPECT_FALSE(m_b.SubClass(nullptr));
+        EXPECT_EQ(TestWindow::OwnProcedure(), m_window.Procedure());
+    }
+    m_a.UnSubClass(); // never hooked, twice
+    m_a.UnSubClass();
+}
+
+TEST_F(SubClass, TakesTheHandleOfAFrameworkWindow) {
+    CWnd window;
+    EXPECT_FALSE(m_a.SubClass(&window));
+    window.Attach(m_window.Handle());
+    EXPECT_TRUE(m_a.SubClass(&window));
+    EXPECT_EQ("a window ", Sent());
+    EXPECT_FALSE(m_a.SubClass(static_cast<CWnd*>(nullptr)));
+    EXPECT_EQ("window ", Sent());
+    window.Detach();
+}
+
+TEST_F(SubClass, HookingAgainMovesTheObject) {
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(m_window.Handle());
+    EXPECT_TRUE(m_b.SubClass(m_window.Handle())); // newest already
+    EXPECT_EQ("b a window ", Sent());
+    EXPECT_TRUE(m_a.SubClass(m_window.Handle()));
+    EXPECT_EQ("a b window ", Sent());
+    TestWindow other(m_log);
+    EXPECT_TRUE(m_a.SubClass(other.Handle()));
+    EXPECT_EQ("b window ", Sent());
+    EXPECT_EQ("a window ", Sent(other));
+    m_b.UnSubClass();
+    EXPECT_EQ(TestWindow::OwnProcedure(), m_window.Procedure());
+    m_a.UnSubClass();
+    EXPECT_EQ(TestWindow::OwnProcedure(), other.Procedure());
+}
+
+// What a handler changes while a message passes: those still hooked see it once, the window too.
+TEST_F(SubClass, TheChainMayChangeWhileAMessagePasses) {
+    struct Case {
+        const char* what;
+        bool isBefore; ///< before b calls its base
+        std::function<void(SubClass&, std::unique_ptr<Recorder>& b)> change;
+        const char* sees;
+        const char* seesNext;
+    };
+    const Case cases[] = {
+        {"unhooks itself", true, [](SubClass&, auto& b) { b->UnSubClass(); }, "c b a window ", "c a window "},
+        {"unhooks itself", false, [](SubClass&, auto& b) { b->UnSubClass(); }, "c b a window ", "c a window "},
+        {"unhooks the older", true, [](SubClass& t, auto&) { t.m_a.UnSubClass(); }, "c b window ", "c b window "},
+        {"unhooks the newer", true, [](SubClass& t, auto&) { t.m_c.UnSubClass(); }, "c b a window ", "b a window "},
+        {"unhooks all", true,
+         [](SubClass& t, auto& b) {
+             t.m_c.UnSubClass();
+             b->UnSubClass();
+             t.m_a.UnSubClass();
+         },
+         "c b window ", "window "},
+        {"unhooks itself, then the older", true,
+         [](SubClass& t, auto& b) {
+             b->UnSubClass();
+             t.m_a.UnSubClass();
+         },
+         "c b window ", "c window "},
+        {"is destroyed", false, [](SubClass&, auto& b) { b.reset(); }, "c b a window ", "c a window "},
+        {"becomes the newest", true, [](SubClass& t, auto& b) { b->SubClass(t.m_window.Handle()); }, "c b a window ",
+         "b c a window "},
+        {"the older becomes the newest", true, [](SubClass& t, auto&) { t.m_a.SubClass(t.m_window.Handle()); },
+         "c b window ", "a c b window "},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(std::string(test.what) + (test.isBefore ? " before" : " after") + " its base");
+        auto b = std::make_unique<Recorder>(m_log, 'b');
+        m_a.SubClass(m_window.Handle());
+        b->SubClass(m_window.Handle());
+        m_c.SubClass(m_window.Handle());
+        (test.isBefore ? b->onceBefore : b->onceAfter) = [&] { test.change(*this, b); };
+        EXPECT_EQ(test.sees, Sent());
+        EXPECT_EQ(test.seesNext, Sent());
+        m_a.UnSubClass();
+        m_c.UnSubClass();
+        b.reset();
+        EXPECT_EQ(TestWindow::OwnProcedure(), m_window.Procedure());
+    }
+}
+
+TEST_F(SubClass, AMessageStaysWithItsWindowWhenItsReceiverMovesToAnother) {
+    TestWindow other(m_log);
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(m_window.Handle());
+    m_c.SubClass(other.Handle());
+    m_b.onceBefore = [&] { EXPECT_TRUE(m_b.SubClass(other.Handle())); };
+    EXPECT_EQ("b a window ", Sent());
+    EXPECT_EQ("b c window ", Sent(other));
+    EXPECT_EQ("a window ", Sent());
+}
+
+TEST_F(SubClass, NestedMessagesKeepTheirOwnWay) {
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(m_window.Handle());
+    m_b.onceBefore = [&] {
+        m_window.Send();
+        m_a.onceBefore = [&] { m_b.UnSubClass(); };
+        m_window.Send();
+    };
+    EXPECT_EQ("b b a window b a window a window ", Sent());
+    EXPECT_EQ("a window ", Sent());
+}
+
+TEST_F(SubClass, DestroyingTheWindowFreesAllItsSubclassers) {
+    for (Recorder* object : {&m_a, &m_b, &m_c})
+        object->SubClass(m_window.Handle());
+    m_log.clear();
+    m_window.Destroy();
+    EXPECT_EQ("window ", m_log); // the subclassers do not see WM_NCDESTROY
+    TestWindow next(m_log);
+    m_b.SubClass(next.Handle());
+    m_a.UnSubClass();
+    EXPECT_EQ("b window ", Sent(next));
+}
+
+TEST_F(SubClass, TheWindowMayDieWhileAMessagePasses) {
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(m_window.Handle());
+    m_b.onceBefore = [&] { m_window.Destroy(); };
+    m_log.clear();
+    m_window.Send();
+    EXPECT_EQ("b window ", m_log); // WM_NCDESTROY reached the window, the message nobody any more
+}
+
+TEST_F(SubClass, HookingAndUnhookingWithinTheLastMessage) {
+    Recorder late(m_log, 'l');
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(m_window.Handle());
+    m_window.onMessage = [&](HWND window, UINT message) {
+        if (message != WM_NCDESTROY) return;
+        EXPECT_TRUE(::IsWindow(window));
+        m_a.UnSubClass();
+        late.SubClass(window);
+        m_c.SubClass(window);
+        m_c.UnSubClass();
+    };
+    m_log.clear();
+    m_window.Destroy();
+    EXPECT_EQ("window ", m_log);
+    TestWindow next(m_log);
+    EXPECT_TRUE(late.SubClass(next.Handle()));
+    EXPECT_EQ("l window ", Sent(next));
+}
+
+TEST_F(SubClass, DefaultForwardsTheMessageThatIsHandled) {
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(m_window.Handle());
+    m_b.useDefault = true;
+    m_b.onceBefore = [&] { m_window.Send(WM_APP + 1, 100, 200); }; // nested: another message in between
+    EXPECT_EQ("b b a window a window ", Sent());
+}
+
+TEST_F(SubClass, TheThreadStateHoldsTheMessageWhileItIsHandled) {
+    MSG& state = AfxGetThreadState()->m_lastSentMsg;
+    const MSG before = state;
+    state.message = 0x1234;
+    state.lParam = 5;
+    m_a.SubClass(m_window.Handle());
+    bool isCalled = false;
+    m_a.onceBefore = [&] {
+        isCalled = true;
+        EXPECT_EQ(m_window.Handle(), state.hwnd);
+        EXPECT_EQ(static_cast<UINT>(WM_APP), state.message);
+        EXPECT_EQ(3u, state.wParam);
+        EXPECT_EQ(4, state.lParam);
+    };
+    Sent();
+    EXPECT_TRUE(isCalled);
+    EXPECT_EQ(0x1234u, state.message);
+    EXPECT_EQ(5, state.lParam);
+    state = before;
+}
+
+TEST_F(SubClass, AnOverrideThatSkipsItsBaseEndsTheChain) {
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(m_window.Handle());
+    m_b.isBaseSkipped = true;
+    m_log.clear();
+    EXPECT_EQ(0, m_window.Send(WM_APP, 3, 4));
+    EXPECT_EQ("b ", m_log);
+}
+
+WNDPROC foreignPrevious = nullptr;
+int foreignCalls = 0;
+LRESULT CALLBACK ForeignProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_APP) ++foreignCalls;
+    return ::CallWindowProcW(foreignPrevious, window, message, wParam, lParam);
+}
+WNDPROC Exchange(HWND window, WNDPROC procedure) {
+    return reinterpret_cast<WNDPROC>(::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
+}
+
+TEST_F(SubClass, TheLastOneOutRestoresTheProcedureUnderAForeignSubclasser) {
+    m_a.SubClass(m_window.Handle());
+    foreignPrevious = Exchange(m_window.Handle(), &ForeignProcedure);
+    WNDPROC shared = foreignPrevious;
+    foreignCalls = 0;
+    EXPECT_EQ("a window ", Sent());
+    m_b.SubClass(m_window.Handle()); // joins the chain, under the foreign one
+    EXPECT_EQ("b a window ", Sent());
+    EXPECT_EQ(2, foreignCalls);
+    EXPECT_EQ(&ForeignProcedure, m_window.Procedure());
+
+    m_a.UnSubClass();
+    EXPECT_EQ(&ForeignProcedure, m_window.Procedure());
+    m_b.UnSubClass();
+    EXPECT_EQ(TestWindow::OwnProcedure(), m_window.Procedure());
+    EXPECT_EQ("window ", Sent());
+    EXPECT_EQ(2, foreignCalls);
+
+    Exchange(m_window.Handle(), shared); // the foreign one puts back what it found
+    EXPECT_EQ("window ", Sent());
+    EXPECT_TRUE(m_a.SubClass(m_window.Handle()));
+    EXPECT_EQ("a window ", Sent());
+    m_a.UnSubClass();
+    EXPECT_EQ("window ", Sent());
+    EXPECT_EQ(TestWindow::OwnProcedure(), m_window.Procedure());
+    Exchange(m_window.Handle(), shared);
+    m_log.clear();
+    m_window.Destroy();
+    EXPECT_EQ("window ", m_log);
+}
+
+TEST_F(SubClass, AnAnsiWindowKeepsItsText) {
+    HWND window = ::CreateWindowExA(0, "EDIT", "one", 0, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+    ASSERT_NE(nullptr, window);
+    const BOOL isUnicode = ::IsWindowUnicode(window);
+    const LONG_PTR procedure = ::GetWindowLongPtrA(window, GWLP_WNDPROC);
+    m_a.SubClass(window);
+    ::SetWindowTextA(window, "two");
+    char text[16] = {};
+    EXPECT_EQ(3, ::GetWindowTextA(window, text, 16));
+    EXPECT_STREQ("two", text);
+    m_a.UnSubClass();
+    EXPECT_EQ(procedure, ::GetWindowLongPtrA(window, GWLP_WNDPROC));
+    EXPECT_EQ(isUnicode, ::IsWindowUnicode(window));
+    EXPECT_EQ(3, ::GetWindowTextA(window, text, 16));
+    ::DestroyWindow(window);
+}
+
+TEST_F(SubClass, CarriesItsRunTimeClass) {
+    EXPECT_STREQ("OrvaSubClassWnd", m_a.GetRuntimeClass()->m_lpszClassName);
+    EXPECT_TRUE(m_a.IsKindOf(RUNTIME_CLASS(OrvaSubClassWnd)));
+    EXPECT_TRUE(m_a.IsKindOf(RUNTIME_CLASS(CObject)));
+    EXPECT_FALSE(m_a.IsKindOf(RUNTIME_CLASS(CWnd)));
+}
+
+TEST_F(SubClass, LongChainsAndManyWindowsOnSeveralThreads) {
+    std::atomic<int> failures{0};
+    const auto work = [&failures] {
+        std::string log;
+        for (int round = 0; round < 20; ++round) {
+            TestWindow window(log);
+            std::vector<std::unique_ptr<Recorder>> chain;
+            for (int index = 0; index < 50; ++index) {
+                chain.push_back(std::make_unique<Recorder>(log, 'x'));
+                if (!chain.back()->SubClass(window.Handle())) ++failures;
+            }
+            log.clear();
+            window.Send();
+            if (log.size() != 50 * 2 + 7) ++failures;
+            for (std::size_t index = 0; index < chain.size(); index += 2)
+                chain[index].reset();
+            if (round % 2 == 0) window.Destroy();
+        }
+    };
+    std::array<std::thread, 3> threads{std::thread(work), std::thread(work), std::thread(work)};
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(0, failures);
+}
+
+} // namespace
+} // namespace tarnu::test
