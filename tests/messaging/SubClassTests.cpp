@@ -144,41 +144,41 @@ TEST_F(SubClass, TheChainMayChangeWhileAMessagePasses) {
     struct Case {
         const char* what;
         bool isBefore; ///< before b calls its base
-        std::function<void(SubClass&, std::unique_ptr<Recorder>& b)> change;
+        std::function<void()> change;
         const char* sees;
         const char* seesNext;
     };
+    std::unique_ptr<Recorder> b;
     const Case cases[] = {
-        {"unhooks itself", true, [](SubClass&, auto& b) { b->UnSubClass(); }, "c b a window ", "c a window "},
-        {"unhooks itself", false, [](SubClass&, auto& b) { b->UnSubClass(); }, "c b a window ", "c a window "},
-        {"unhooks the older", true, [](SubClass& t, auto&) { t.m_a.UnSubClass(); }, "c b window ", "c b window "},
-        {"unhooks the newer", true, [](SubClass& t, auto&) { t.m_c.UnSubClass(); }, "c b a window ", "b a window "},
+        {"unhooks itself", true, [&] { b->UnSubClass(); }, "c b a window ", "c a window "},
+        {"unhooks itself", false, [&] { b->UnSubClass(); }, "c b a window ", "c a window "},
+        {"unhooks the older", true, [&] { m_a.UnSubClass(); }, "c b window ", "c b window "},
+        {"unhooks the newer", true, [&] { m_c.UnSubClass(); }, "c b a window ", "b a window "},
         {"unhooks all", true,
-         [](SubClass& t, auto& b) {
-             t.m_c.UnSubClass();
+         [&] {
+             m_c.UnSubClass();
              b->UnSubClass();
-             t.m_a.UnSubClass();
+             m_a.UnSubClass();
          },
          "c b window ", "window "},
         {"unhooks itself, then the older", true,
-         [](SubClass& t, auto& b) {
+         [&] {
              b->UnSubClass();
-             t.m_a.UnSubClass();
+             m_a.UnSubClass();
          },
          "c b window ", "c window "},
-        {"is destroyed", false, [](SubClass&, auto& b) { b.reset(); }, "c b a window ", "c a window "},
-        {"becomes the newest", true, [](SubClass& t, auto& b) { b->SubClass(t.m_window.Handle()); }, "c b a window ",
-         "b c a window "},
-        {"the older becomes the newest", true, [](SubClass& t, auto&) { t.m_a.SubClass(t.m_window.Handle()); },
-         "c b window ", "a c b window "},
+        {"is destroyed", false, [&] { b.reset(); }, "c b a window ", "c a window "},
+        {"becomes the newest", true, [&] { b->SubClass(m_window.Handle()); }, "c b a window ", "b c a window "},
+        {"the older becomes the newest", true, [&] { m_a.SubClass(m_window.Handle()); }, "c b window ",
+         "a c b window "},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(std::string(test.what) + (test.isBefore ? " before" : " after") + " its base");
-        auto b = std::make_unique<Recorder>(m_log, 'b');
+        b = std::make_unique<Recorder>(m_log, 'b');
         m_a.SubClass(m_window.Handle());
         b->SubClass(m_window.Handle());
         m_c.SubClass(m_window.Handle());
-        (test.isBefore ? b->onceBefore : b->onceAfter) = [&] { test.change(*this, b); };
+        (test.isBefore ? b->onceBefore : b->onceAfter) = test.change;
         EXPECT_EQ(test.sees, Sent());
         EXPECT_EQ(test.seesNext, Sent());
         m_a.UnSubClass();
@@ -331,20 +331,28 @@ TEST_F(SubClass, TheLastOneOutRestoresTheProcedureUnderAForeignSubclasser) {
     EXPECT_EQ("window ", m_log);
 }
 
-TEST_F(SubClass, AnAnsiWindowKeepsItsText) {
-    HWND window = ::CreateWindowExA(0, "EDIT", "one", 0, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+std::string ansiText;
+LRESULT CALLBACK AnsiProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_SETTEXT) ansiText = reinterpret_cast<const char*>(lParam);
+    return ::DefWindowProcA(window, message, wParam, lParam);
+}
+
+// The procedure of an ANSI window is a token, and its texts are converted on the way.
+TEST_F(SubClass, AnAnsiWindowReceivesAnsiTexts) {
+    WNDCLASSA windowClass{};
+    windowClass.lpfnWndProc = &AnsiProcedure;
+    windowClass.lpszClassName = "TarnuAnsiTestWindow";
+    ::RegisterClassA(&windowClass);
+    HWND window = ::CreateWindowExA(0, "TarnuAnsiTestWindow", "one", 0, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr);
     ASSERT_NE(nullptr, window);
-    const BOOL isUnicode = ::IsWindowUnicode(window);
-    const LONG_PTR procedure = ::GetWindowLongPtrA(window, GWLP_WNDPROC);
+    EXPECT_FALSE(::IsWindowUnicode(window));
     m_a.SubClass(window);
-    ::SetWindowTextA(window, "two");
-    char text[16] = {};
-    EXPECT_EQ(3, ::GetWindowTextA(window, text, 16));
-    EXPECT_STREQ("two", text);
+    EXPECT_TRUE(::SetWindowTextW(window, L"two \u00E4"));
+    EXPECT_EQ("two \xE4", ansiText);
     m_a.UnSubClass();
-    EXPECT_EQ(procedure, ::GetWindowLongPtrA(window, GWLP_WNDPROC));
-    EXPECT_EQ(isUnicode, ::IsWindowUnicode(window));
-    EXPECT_EQ(3, ::GetWindowTextA(window, text, 16));
+    EXPECT_FALSE(::IsWindowUnicode(window));
+    EXPECT_TRUE(::SetWindowTextA(window, "three"));
+    EXPECT_EQ("three", ansiText);
     ::DestroyWindow(window);
 }
 

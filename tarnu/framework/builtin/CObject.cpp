@@ -8,6 +8,7 @@ CRuntimeClass* CObject::GetRuntimeClass() const {
     return RUNTIME_CLASS(CObject);
 }
 
+CObject::CObject() noexcept = default;
 CObject::~CObject() = default;
 
 void CObject::Serialize(CArchive& /*archive*/) {}

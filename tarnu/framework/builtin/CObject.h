@@ -44,7 +44,7 @@ public:
     BOOL IsKindOf(const CRuntimeClass* base) const { return GetRuntimeClass()->IsDerivedFrom(base); }
 
 protected:
-    CObject() = default;
+    TARNU_API CObject() noexcept;
 };
 
 /// The CRuntimeClass of a class that uses DECLARE_DYNAMIC.

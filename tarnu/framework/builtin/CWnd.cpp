@@ -4,4 +4,5 @@
 
 IMPLEMENT_DYNAMIC(CWnd, CObject)
 
+CWnd::CWnd() noexcept = default;
 CWnd::~CWnd() = default;

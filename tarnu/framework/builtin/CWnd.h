@@ -10,7 +10,7 @@ class CWnd : public CObject {
 public:
     TARNU_API static const CRuntimeClass classCWnd;
 
-    CWnd() noexcept = default;
+    TARNU_API CWnd() noexcept;
     TARNU_API ~CWnd() override;
     TARNU_API CRuntimeClass* GetRuntimeClass() const override;
 
