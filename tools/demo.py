@@ -1,0 +1,161 @@
+#!/usr/bin/env python3
+"""The main job on real input: walk a folder, pack it, unpack it elsewhere, compare every byte, and let an independent
+program test the archive.
+
+usage: demo.py BUILD-FOLDER [FOLDER]
+
+FOLDER is what gets packed; without one, the project's own sources with those of its dependencies.
+"""
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import time
+import zipfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+
+def fail(text):
+    sys.exit(f"\ndemo: FAILED: {text}")
+
+
+def heading(number, text):
+    print(f"\n\033[1m{number}. {text}\033[0m" if sys.stdout.isatty() else f"\n{number}. {text}", flush=True)
+
+
+def windows_path(path):
+    """The path as a Windows program under Wine sees it."""
+    return "Z:" + str(path).replace("/", "\\")
+
+
+class Orva:
+    """Runs the host program, which is built on the library's public headers alone."""
+
+    def __init__(self, build):
+        self.program = build / "release" / "bin" / "orva.exe"
+        self.log = build / "demo" / "orva.log"
+
+    def run(self, *arguments, may_fail=False):
+        print("   $ orva " + " ".join(map(str, arguments)), flush=True)
+        # To a file: processes that Wine leaves in the background must not hold a pipe of ours.
+        with open(self.log, "w+b") as log:
+            status = subprocess.run(["wine", str(self.program), *map(str, arguments)], stdin=subprocess.DEVNULL,
+                                    stdout=log, stderr=subprocess.STDOUT).returncode
+            log.seek(0)
+            output = log.read().decode("utf-8", "replace").replace("\r\n", "\n")
+        if status != 0 and not may_fail:
+            print(output)
+            fail(f"orva {arguments[0]} ended with status {status}")
+        return output
+
+
+def default_folder(work, build):
+    """The tracked files of the project and the sources of minizip, copied side by side."""
+    target = work / "TarnuWin32Utils"
+    listed = subprocess.run(["git", "-C", ROOT, "ls-files", "-z"], capture_output=True)
+    if listed.returncode == 0:
+        names = [name for name in listed.stdout.decode().split("\0") if name]
+    else:  # not a checkout: everything that is not built
+        names = [str(p.relative_to(ROOT)) for p in ROOT.rglob("*")
+                 if p.is_file() and not p.relative_to(ROOT).parts[0].startswith(("build", ".git"))]
+    for name in names:
+        if (ROOT / name).is_file():
+            (target / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy2(ROOT / name, target / name)
+    shutil.copytree(build / "minizip", target / "dependencies" / "minizip", symlinks=False)
+    return target
+
+
+def files_below(folder):
+    return sorted(p.relative_to(folder).as_posix() for p in folder.rglob("*") if p.is_file())
+
+
+def size_text(count):
+    for unit in ("bytes", "KiB", "MiB", "GiB"):
+        if count < 1024 or unit == "GiB":
+            return f"{count} bytes" if unit == "bytes" else f"{count:.1f} {unit}"
+        count /= 1024
+
+
+def compare(source, copy):
+    wanted, got = files_below(source), files_below(copy)
+    if wanted != got:
+        fail(f"the trees differ: missing {sorted(set(wanted) - set(got))[:5]}, added {sorted(set(got) - set(wanted))[:5]}")
+    total = 0
+    for name in wanted:
+        original, unpacked = (source / name).read_bytes(), (copy / name).read_bytes()
+        if original != unpacked:
+            fail(f"{name} differs after packing and unpacking")
+        if abs((source / name).stat().st_mtime - (copy / name).stat().st_mtime) > 2:
+            fail(f"{name} lost its time stamp")
+        total += len(original)
+    return len(wanted), total
+
+
+def archive_demo(orva, work, build, folder):
+    if folder:
+        source = pathlib.Path(folder).resolve()
+        if not source.is_dir():
+            fail(f"{folder} is not a folder")
+        if not files_below(source):
+            fail(f"{folder} holds no files")
+        resolved = work.resolve()
+        if resolved == source or source in resolved.parents:
+            fail(f"{folder} contains the demo's own work folder")
+    else:
+        source = default_folder(work, build)
+
+    heading(1, f"Walk {source.name}")
+    lines = orva.run("tree", windows_path(source), "--files").rstrip().splitlines()
+    shown = lines if len(lines) <= 18 else [*lines[:12], f"… {len(lines) - 14} more lines …", *lines[-2:]]
+    print("\n".join("     " + line for line in shown))
+
+    heading(2, "Pack it")
+    archive = work / "demo.zip"
+    started = time.monotonic()
+    orva.run("zip", windows_path(archive), windows_path(source))
+    seconds = time.monotonic() - started
+    packed = archive.stat().st_size
+
+    heading(3, "Unpack it elsewhere")
+    unpacked = work / "unpacked"
+    orva.run("unzip", windows_path(archive), windows_path(unpacked))
+
+    heading(4, "Compare every byte")
+    count, total = compare(source, unpacked / source.name)
+    print(f"   {count} files, {size_text(total)}: all equal, time stamps kept")
+
+    heading(5, "Ask an independent program (Python's zipfile) about the archive")
+    with zipfile.ZipFile(archive) as reader:
+        damaged = reader.testzip()
+        if damaged:
+            fail(f"zipfile finds {damaged} damaged")
+        names = [i.filename for i in reader.infolist() if not i.is_dir()]
+        if len(names) != count:
+            fail(f"zipfile counts {len(names)} files instead of {count}")
+        for name in names:
+            if reader.read(name) != (source.parent / name).read_bytes():
+                fail(f"zipfile reads {name} differently")
+    print(f"   {len(names)} files read and compared: all equal")
+
+    share = packed * 100 / total if total else 100
+    bar = "█" * round(share * 0.4) + "░" * (40 - round(share * 0.4))
+    print(f"\n   {size_text(total)} became {size_text(packed)}   {bar} {share:.0f} %   packed in {seconds:.1f} s")
+
+
+def main():
+    if len(sys.argv) < 2:
+        sys.exit(__doc__)
+    build = pathlib.Path(sys.argv[1]).resolve()
+    work = build / "demo"
+    shutil.rmtree(work, ignore_errors=True)
+    work.mkdir(parents=True)
+    orva = Orva(build)
+    archive_demo(orva, work, build, sys.argv[2] if len(sys.argv) > 2 else "")
+    print(f"\nAll of it held. The archive is {os.path.relpath(work / 'demo.zip')}.")
+
+
+if __name__ == "__main__":
+    main()
