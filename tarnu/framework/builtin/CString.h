@@ -9,6 +9,15 @@
 #include <cstdarg>
 #include <cwchar>
 
+class CString;
+
+/// A type that can be read as a CString through a conversion function of its own, such as OrvaPath. When it can be read
+/// as a plain text too, the members below that take it choose the CString.
+template <class T>
+concept ReadableAsCString = requires(const T& value) {
+    value.operator const CString&();
+};
+
 /// A wide string whose buffer is shared between copies until one of them is written to (copy on write).
 ///
 /// The object is one pointer to the terminated text; length and capacity stand in front of it. Lengths and positions
@@ -37,6 +46,9 @@ public:
     /// A text in the ANSI code page.
     TARNU_API explicit CString(const char* text);
     TARNU_API CString(const char* text, int length);
+    /// Shares the text of a value that can be read as a CString.
+    template <ReadableAsCString T>
+    explicit CString(const T& value) noexcept : CString(value.operator const CString&()) {}
     ~CString() { ReleaseData(m_text); }
 
     CString& operator=(const CString& other) noexcept {
@@ -62,6 +74,11 @@ public:
         return *this;
     }
     TARNU_API CString& operator=(const char* text);
+
+    template <ReadableAsCString T>
+    CString& operator=(const T& value) noexcept {
+        return *this = value.operator const CString&();
+    }
 
     // Reading
 
@@ -116,6 +133,10 @@ public:
     CString& operator+=(wchar_t character) {
         AppendChar(character);
         return *this;
+    }
+    template <ReadableAsCString T>
+    CString& operator+=(const T& value) {
+        return *this += value.operator const CString&();
     }
     /// Formats by the wide printf rules of the Windows runtime (%s is wide, %S narrow). Texts are passed as
     /// `const wchar_t*`, so a CString argument is written with GetString(). A null format, or an argument that the
@@ -254,6 +275,15 @@ inline CString operator+(wchar_t left, const CString& right) {
     CString result(left);
     result.Append(right);
     return result;
+}
+
+template <ReadableAsCString T>
+CString operator+(const CString& left, const T& right) {
+    return left + right.operator const CString&();
+}
+template <ReadableAsCString T>
+CString operator+(const T& left, const CString& right) {
+    return left.operator const CString&() + right;
 }
 
 inline bool operator==(const CString& left, const CString& right) noexcept {
