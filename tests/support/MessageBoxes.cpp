@@ -14,6 +14,19 @@ std::wstring TextOf(HWND window) {
     return text;
 }
 
+/// The icon of the box's static icon control, whose identifier differs between Windows and Wine.
+HICON IconOf(HWND box) {
+    for (HWND child = ::GetWindow(box, GW_CHILD); child != nullptr; child = ::GetWindow(child, GW_HWNDNEXT)) {
+        wchar_t className[32] = {};
+        ::GetClassNameW(child, className, 32);
+        const bool isIcon = ::_wcsicmp(className, L"static") == 0 &&
+                            (::GetWindowLongW(child, GWL_STYLE) & WS_VISIBLE) != 0 &&
+                            (::GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) == SS_ICON;
+        if (isIcon) return reinterpret_cast<HICON>(::SendMessageW(child, STM_GETICON, 0, 0));
+    }
+    return nullptr;
+}
+
 } // namespace
 
 MessageBoxes::MessageBoxes(std::deque<int> answers) : m_answers(std::move(answers)) {
@@ -45,6 +58,7 @@ void MessageBoxes::Answer(HWND box) {
     // The text is the static control with the identifier 0xFFFF; the icon is a static control too.
     shown.text = TextOf(::GetDlgItem(box, 0xFFFF));
     shown.owner = ::GetWindow(box, GW_OWNER);
+    shown.icon = IconOf(box);
     for (int id = IDOK; id <= IDCONTINUE; ++id) {
         const HWND button = ::GetDlgItem(box, id);
         if (button != nullptr && (::GetWindowLongW(button, GWL_STYLE) & WS_VISIBLE) != 0) shown.buttons.push_back(id);

@@ -16,6 +16,7 @@ struct ShownBox {
     std::wstring caption;
     std::wstring text;
     HWND owner = nullptr;
+    HICON icon = nullptr;     ///< null for a box without one
     std::vector<int> buttons; ///< identifiers of its buttons (IDOK …), ascending
 };
 

@@ -8,29 +8,29 @@
 
 /// Base of the framework's exceptions. They are thrown as pointers, and the catcher ends their life:
 /// `catch (CException* error) { error->Delete(); }`. One thread at a time.
-class CException : public CObject {
+class TARNU_API CException : public CObject {
 public:
-    TARNU_API static const CRuntimeClass classCException;
+    static const CRuntimeClass classCException;
 
     CException() noexcept = default;
     /// @p autoDelete: Delete frees the object (the default), or leaves it (objects on the stack).
     explicit CException(BOOL autoDelete) noexcept : m_autoDelete(autoDelete) {}
-    TARNU_API ~CException() override;
-    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+    ~CException() override;
+    CRuntimeClass* GetRuntimeClass() const override;
 
     /// Ends the life of a caught exception.
     void Delete() {
         if (m_autoDelete) delete this;
     }
     /// The error as a text of at most @p maxLength characters with the terminator; false when there is none.
-    TARNU_API virtual BOOL GetErrorMessage(wchar_t* text, UINT maxLength, UINT* helpContext = nullptr) const;
+    virtual BOOL GetErrorMessage(wchar_t* text, UINT maxLength, UINT* helpContext = nullptr) const;
 
 private:
     BOOL m_autoDelete = TRUE;
 };
 
 /// A failed file operation: cause, system error code and file name.
-class CFileException : public CException {
+class TARNU_API CFileException : public CException {
 public:
     enum {
         none,
@@ -54,15 +54,15 @@ public:
     explicit CFileException(int cause = none, LONG osError = -1, const wchar_t* fileName = nullptr)
         : m_cause(cause), m_lOsError(osError), m_strFileName(fileName) {}
 
-    TARNU_API static const CRuntimeClass classCFileException;
-    TARNU_API ~CFileException() override;
-    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
-    TARNU_API BOOL GetErrorMessage(wchar_t* text, UINT maxLength, UINT* helpContext = nullptr) const override;
+    static const CRuntimeClass classCFileException;
+    ~CFileException() override;
+    CRuntimeClass* GetRuntimeClass() const override;
+    BOOL GetErrorMessage(wchar_t* text, UINT maxLength, UINT* helpContext = nullptr) const override;
 
     /// The cause that stands for a Win32 error code.
-    TARNU_API static int OsErrorToException(LONG osError) noexcept;
+    static int OsErrorToException(LONG osError) noexcept;
     /// Throws a CFileException* for a Win32 error code.
-    [[noreturn]] TARNU_API static void ThrowOsError(LONG osError, const wchar_t* fileName = nullptr);
+    [[noreturn]] static void ThrowOsError(LONG osError, const wchar_t* fileName = nullptr);
 
     int m_cause;
     LONG m_lOsError;

@@ -11,6 +11,8 @@
 
 IMPLEMENT_DYNAMIC(CFile, CObject)
 
+const HANDLE CFile::hFileNull = INVALID_HANDLE_VALUE;
+
 namespace {
 
 /// The absolute path of a name in a buffer of MAX_PATH characters; false, with the last error set, when there is none

@@ -19,7 +19,7 @@ struct CFileStatus {
 /// A file opened through a Win32 handle. The object owns what it has opened and closes it when destroyed; a handle that
 /// was attached is closed by Close and Abort only. Failures of the operations other than Open throw a CFileException*.
 /// One thread at a time.
-class CFile : public CObject {
+class TARNU_API CFile : public CObject {
 public:
     enum OpenFlags {
         modeRead = 0x0000,
@@ -38,49 +38,49 @@ public:
     };
     enum SeekPosition { begin = 0, current = 1, end = 2 };
 
-    TARNU_API static const CRuntimeClass classCFile;
-    static inline const HANDLE hFileNull = INVALID_HANDLE_VALUE;
+    static const CRuntimeClass classCFile;
+    static const HANDLE hFileNull; ///< INVALID_HANDLE_VALUE
 
-    TARNU_API CFile() noexcept;
+    CFile() noexcept;
     /// Attaches an open handle, which stays its creator's to close.
-    TARNU_API explicit CFile(HANDLE handle) noexcept;
+    explicit CFile(HANDLE handle) noexcept;
     /// Opens a file; throws a CFileException* when that fails.
-    TARNU_API CFile(const wchar_t* fileName, UINT openFlags);
-    TARNU_API ~CFile() override;
-    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+    CFile(const wchar_t* fileName, UINT openFlags);
+    ~CFile() override;
+    CRuntimeClass* GetRuntimeClass() const override;
 
     /// Opens a file; false when that fails, with cause, error code and name in @p error when it is given. The name is
     /// made absolute and may have up to 259 characters then. A file that is open is closed first. Without a share flag
     /// nobody else can open the file.
-    TARNU_API virtual BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr);
-    TARNU_API virtual UINT Read(void* buffer, UINT count);
-    TARNU_API virtual void Write(const void* buffer, UINT count);
-    TARNU_API virtual ULONGLONG Seek(LONGLONG offset, UINT from);
-    TARNU_API virtual ULONGLONG GetPosition() const;
-    TARNU_API virtual ULONGLONG GetLength() const;
+    virtual BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr);
+    virtual UINT Read(void* buffer, UINT count);
+    virtual void Write(const void* buffer, UINT count);
+    virtual ULONGLONG Seek(LONGLONG offset, UINT from);
+    virtual ULONGLONG GetPosition() const;
+    virtual ULONGLONG GetLength() const;
     /// Cuts or extends the file; the position moves to its new end.
-    TARNU_API virtual void SetLength(ULONGLONG length);
-    TARNU_API virtual void Flush();
+    virtual void SetLength(ULONGLONG length);
+    virtual void Flush();
     /// Closes; failures throw. Abort closes and swallows failures.
-    TARNU_API virtual void Close();
-    TARNU_API virtual void Abort() noexcept;
+    virtual void Close();
+    virtual void Abort() noexcept;
 
     void SeekToBegin() { Seek(0, begin); }
     ULONGLONG SeekToEnd() { return Seek(0, end); }
 
     virtual CString GetFilePath() const { return m_strFileName; }
     /// The last component of the path; GetFileTitle gives it without its extension.
-    TARNU_API virtual CString GetFileName() const;
-    TARNU_API virtual CString GetFileTitle() const;
+    virtual CString GetFileName() const;
+    virtual CString GetFileTitle() const;
     virtual void SetFilePath(const wchar_t* path) { m_strFileName = path; }
 
     /// The status of this open file; false when it cannot be read.
-    TARNU_API BOOL GetStatus(CFileStatus& status) const;
+    BOOL GetStatus(CFileStatus& status) const;
     /// The status of a file by name; false when it does not exist or the name is too long. Throws nothing.
-    TARNU_API static BOOL GetStatus(const wchar_t* fileName, CFileStatus& status);
+    static BOOL GetStatus(const wchar_t* fileName, CFileStatus& status);
     /// Both throw a CFileException* when they fail.
-    TARNU_API static void Rename(const wchar_t* oldName, const wchar_t* newName);
-    TARNU_API static void Remove(const wchar_t* fileName);
+    static void Rename(const wchar_t* oldName, const wchar_t* newName);
+    static void Remove(const wchar_t* fileName);
 
     operator HANDLE() const noexcept { return m_hFile; } // NOLINT: implicit as documented
 

@@ -8,7 +8,6 @@ CRuntimeClass* CObject::GetRuntimeClass() const {
     return RUNTIME_CLASS(CObject);
 }
 
-CObject::CObject() noexcept = default;
 CObject::~CObject() = default;
 
 void CObject::Serialize(CArchive& /*archive*/) {}

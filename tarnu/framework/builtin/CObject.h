@@ -26,16 +26,16 @@ struct CRuntimeClass {
 };
 
 /// Base of the framework's polymorphic classes. Not copyable; derived classes that are values say so themselves.
-class CObject {
+class TARNU_API CObject {
 public:
-    TARNU_API static const CRuntimeClass classCObject;
+    static const CRuntimeClass classCObject;
 
-    TARNU_API virtual CRuntimeClass* GetRuntimeClass() const;
-    TARNU_API virtual ~CObject();
+    virtual CRuntimeClass* GetRuntimeClass() const;
+    virtual ~CObject();
     /// Archives are not part of this subset: does nothing.
-    TARNU_API virtual void Serialize(CArchive& archive);
-    TARNU_API virtual void AssertValid() const;
-    TARNU_API virtual void Dump(CDumpContext& context) const;
+    virtual void Serialize(CArchive& archive);
+    virtual void AssertValid() const;
+    virtual void Dump(CDumpContext& context) const;
 
     CObject(const CObject&) = delete;
     CObject& operator=(const CObject&) = delete;
@@ -44,7 +44,7 @@ public:
     BOOL IsKindOf(const CRuntimeClass* base) const { return GetRuntimeClass()->IsDerivedFrom(base); }
 
 protected:
-    TARNU_API CObject() noexcept;
+    CObject() noexcept = default;
 };
 
 /// The CRuntimeClass of a class that uses DECLARE_DYNAMIC.

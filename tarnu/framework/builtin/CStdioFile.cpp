@@ -93,7 +93,7 @@ UINT CStdioFile::Read(void* buffer, UINT count) {
     if (count == 0) return 0;
     RequireStream();
     const std::size_t read = std::fread(buffer, 1, count, m_pStream);
-    if (read == 0 && std::ferror(m_pStream) != 0) Fail(CFileException::genericException);
+    if (read == 0 && std::feof(m_pStream) == 0) Fail(CFileException::genericException);
     return static_cast<UINT>(read);
 }
 
@@ -112,7 +112,7 @@ wchar_t* CStdioFile::ReadString(wchar_t* text, UINT maxLength) {
     RequireStream();
     const int count = static_cast<int>(maxLength > INT_MAX ? INT_MAX : maxLength);
     wchar_t* line = std::fgetws(text, count, m_pStream);
-    if (line == nullptr && std::ferror(m_pStream) != 0) Fail(CFileException::genericException);
+    if (line == nullptr && std::feof(m_pStream) == 0) Fail(CFileException::genericException);
     return line;
 }
 
@@ -132,7 +132,7 @@ BOOL CStdioFile::ReadString(CString& line) {
             used = 0;
         }
     }
-    if (character == WEOF && std::ferror(m_pStream) != 0) Fail(CFileException::genericException);
+    if (character == WEOF && std::feof(m_pStream) == 0) Fail(CFileException::genericException);
     text.Append(block, static_cast<int>(used));
     line = std::move(text);
     return any;

@@ -10,35 +10,35 @@
 /// A file read and written line by line through a C runtime stream. In text mode line feeds are written as CR LF and
 /// text is stored in the ANSI code page, as the runtime's fputws does. Opening with modeCreate and modeNoTruncate is
 /// the runtime's append mode: existing contents stay and every write goes to the end.
-class CStdioFile : public CFile {
+class TARNU_API CStdioFile : public CFile {
 public:
-    TARNU_API static const CRuntimeClass classCStdioFile;
+    static const CRuntimeClass classCStdioFile;
 
-    TARNU_API CStdioFile() noexcept;
+    CStdioFile() noexcept;
     /// Attaches an open stream, which stays its creator's to close.
-    TARNU_API explicit CStdioFile(FILE* stream) noexcept;
+    explicit CStdioFile(FILE* stream) noexcept;
     /// Opens a file; throws a CFileException* when that fails.
-    TARNU_API CStdioFile(const wchar_t* fileName, UINT openFlags);
-    TARNU_API ~CStdioFile() override;
-    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+    CStdioFile(const wchar_t* fileName, UINT openFlags);
+    ~CStdioFile() override;
+    CRuntimeClass* GetRuntimeClass() const override;
 
-    TARNU_API BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr) override;
-    TARNU_API UINT Read(void* buffer, UINT count) override;
-    TARNU_API void Write(const void* buffer, UINT count) override;
-    TARNU_API ULONGLONG Seek(LONGLONG offset, UINT from) override;
-    TARNU_API ULONGLONG GetPosition() const override;
-    TARNU_API ULONGLONG GetLength() const override;
-    TARNU_API void SetLength(ULONGLONG length) override;
-    TARNU_API void Flush() override;
-    TARNU_API void Close() override;
-    TARNU_API void Abort() noexcept override;
+    BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr) override;
+    UINT Read(void* buffer, UINT count) override;
+    void Write(const void* buffer, UINT count) override;
+    ULONGLONG Seek(LONGLONG offset, UINT from) override;
+    ULONGLONG GetPosition() const override;
+    ULONGLONG GetLength() const override;
+    void SetLength(ULONGLONG length) override;
+    void Flush() override;
+    void Close() override;
+    void Abort() noexcept override;
 
     /// Writes a text without its terminator; throws a CFileException* when that fails.
-    TARNU_API virtual void WriteString(const wchar_t* text);
+    virtual void WriteString(const wchar_t* text);
     /// Reads up to @p maxLength - 1 characters with the line feed; null at the end of the file.
-    TARNU_API virtual wchar_t* ReadString(wchar_t* text, UINT maxLength);
+    virtual wchar_t* ReadString(wchar_t* text, UINT maxLength);
     /// Reads one line of any length without its line feed; false, with an empty @p line, at the end of the file.
-    TARNU_API virtual BOOL ReadString(CString& line);
+    virtual BOOL ReadString(CString& line);
 
     FILE* m_pStream = nullptr;
 

@@ -332,6 +332,7 @@ int CString::CollateNoCase(const wchar_t* other) const noexcept {
 
 int CString::Find(const wchar_t* text, int start) const noexcept {
     if (text == nullptr || start < 0 || start > GetLength()) return -1;
+    if (text[0] == 0) return start; // Wine's wcsstr does not find the empty text at the end of another
     return IndexOf(std::wcsstr(m_text + start, text));
 }
 

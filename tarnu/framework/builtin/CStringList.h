@@ -7,12 +7,12 @@
 #include "tarnu/framework/builtin/CString.h"
 
 /// A list of CString; every operation of CList, and elements given as plain texts.
-class CStringList : public CList<CString, const CString&> {
+class TARNU_API CStringList : public CList<CString, const CString&> {
 public:
     explicit CStringList(INT_PTR blockSize = 10) noexcept : CList(blockSize) {}
 
-    TARNU_API static const CRuntimeClass classCStringList;
-    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+    static const CRuntimeClass classCStringList;
+    CRuntimeClass* GetRuntimeClass() const override;
 };
 
 #endif // TARNU_FRAMEWORK_BUILTIN_CSTRINGLIST_H

@@ -4,5 +4,4 @@
 
 IMPLEMENT_DYNAMIC(CWnd, CObject)
 
-CWnd::CWnd() noexcept = default;
 CWnd::~CWnd() = default;

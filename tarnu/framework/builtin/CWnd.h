@@ -6,13 +6,13 @@
 #include "tarnu/framework/builtin/CObject.h"
 
 /// Holds a window handle. Destroying the object leaves the window alone.
-class CWnd : public CObject {
+class TARNU_API CWnd : public CObject {
 public:
-    TARNU_API static const CRuntimeClass classCWnd;
+    static const CRuntimeClass classCWnd;
 
-    TARNU_API CWnd() noexcept;
-    TARNU_API ~CWnd() override;
-    TARNU_API CRuntimeClass* GetRuntimeClass() const override;
+    CWnd() noexcept = default;
+    ~CWnd() override;
+    CRuntimeClass* GetRuntimeClass() const override;
 
     /// The handle; null when none is attached.
     HWND GetSafeHwnd() const noexcept { return m_hWnd; }

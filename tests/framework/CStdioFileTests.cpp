@@ -1,0 +1,275 @@
+// CStdioFile: text and binary mode, appending, lines, failures.
+
+#include "tarnu/framework/framework.h"
+
+#include "support/HandleCount.h"
+#include "support/TempFolder.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using tarnu::test::CountHandles;
+using tarnu::test::ReadFile;
+using tarnu::test::TempFolder;
+
+constexpr UINT createText = CFile::modeCreate | CFile::modeReadWrite | CFile::shareExclusive | CFile::typeText;
+
+std::vector<std::wstring> Lines(CStdioFile& file) {
+    std::vector<std::wstring> lines;
+    CString line(L"left over");
+    while (file.ReadString(line))
+        lines.emplace_back(line.GetString(), static_cast<std::size_t>(line.GetLength()));
+    EXPECT_STREQ(L"", line) << "nothing is left of the line before";
+    return lines;
+}
+
+template <class Action>
+std::unique_ptr<CFileException> Catch(Action action) {
+    try {
+        action();
+    } catch (CFileException* exception) {
+        return std::unique_ptr<CFileException>(exception);
+    }
+    return nullptr;
+}
+
+// Opening
+
+TEST(CStdioFileOpen, AppendsWhenItCreatesWithoutTruncating) {
+    const TempFolder folder;
+    for (const UINT access : {UINT{CFile::modeReadWrite}, UINT{CFile::modeWrite}}) {
+        const std::wstring path = folder / L"log.txt";
+        const UINT flags = CFile::modeCreate | CFile::modeNoTruncate | CFile::typeText | access;
+        ::DeleteFileW(path.c_str());
+        for (const wchar_t* line : {L"first\n", L"second\n", L"third\n"}) {
+            CStdioFile file(path.c_str(), flags);
+            file.WriteString(line);
+        }
+        EXPECT_EQ("first\r\nsecond\r\nthird\r\n", ReadFile(path)) << access;
+    }
+}
+
+TEST(CStdioFileOpen, AppendModeWritesAtTheEndWhereverItStands) {
+    const TempFolder folder;
+    const std::wstring path = folder.MakeFile(L"log.txt", "old\r\n");
+    CStdioFile file(path.c_str(), createText | CFile::modeNoTruncate);
+    file.SeekToBegin();
+    file.WriteString(L"one\n");
+    file.Flush();
+    file.SeekToBegin();
+    EXPECT_EQ((std::vector<std::wstring>{L"old", L"one"}), Lines(file)) << "and reads from anywhere";
+    file.SeekToBegin();
+    file.Write("two", 3);
+    file.Close();
+    EXPECT_EQ("old\r\none\r\ntwo", ReadFile(path));
+}
+
+TEST(CStdioFileOpen, OtherModesWriteWhereTheyStand) {
+    const TempFolder folder;
+    const struct {
+        const char* name;
+        UINT flags;
+        const char* contents;
+    } cases[] = {
+        {"create", CFile::modeCreate | CFile::modeWrite, "new"},
+        {"create for both", CFile::modeCreate | CFile::modeReadWrite, "new"},
+        {"overwrite", CFile::modeWrite, "newlong"},
+        {"overwrite for both", CFile::modeReadWrite, "newlong"},
+        {"append", CFile::modeCreate | CFile::modeNoTruncate | CFile::modeReadWrite, "oldlongnew"},
+        {"append in binary", CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite | CFile::typeBinary,
+         "oldlongnew"},
+    };
+    for (const auto& test : cases) {
+        const std::wstring path = folder.MakeFile(L"file.txt", "oldlong");
+        CStdioFile file(path.c_str(), test.flags);
+        file.Write("new", 3);
+        file.Close();
+        EXPECT_EQ(test.contents, ReadFile(path)) << test.name;
+    }
+}
+
+TEST(CStdioFileOpen, FailsLikeCFile) {
+    const TempFolder folder;
+    const unsigned handles = CountHandles();
+    CStdioFile file;
+    CFileException error;
+    EXPECT_FALSE(file.Open((folder / L"missing").c_str(), CFile::modeRead | CFile::typeText, &error));
+    EXPECT_EQ(CFileException::fileNotFound, error.m_cause);
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, error.m_lOsError);
+    EXPECT_STREQ((folder / L"missing").c_str(), error.m_strFileName);
+    EXPECT_EQ(nullptr, file.m_pStream);
+    EXPECT_FALSE(file.Open((folder / L"missing").c_str(), CFile::modeRead)) << "without a receiver for the error";
+    const auto thrown = Catch([&] { CStdioFile((folder / L"no\\file").c_str(), createText); });
+    ASSERT_NE(nullptr, thrown);
+    EXPECT_EQ(CFileException::badPath, thrown->m_cause);
+    EXPECT_EQ(handles, CountHandles());
+}
+
+TEST(CStdioFileOpen, LifeTimeOfStreamAndHandle) {
+    const TempFolder folder;
+    const std::wstring path = folder / L"file.txt";
+    const unsigned handles = CountHandles();
+    {
+        CStdioFile file(path.c_str(), createText);
+        EXPECT_NE(nullptr, file.m_pStream);
+        EXPECT_NE(CFile::hFileNull, file.m_hFile);
+        CStdioFile second;
+        CFileException error;
+        EXPECT_FALSE(second.Open(path.c_str(), CFile::modeRead, &error));
+        EXPECT_EQ(CFileException::sharingViolation, error.m_cause);
+        file.WriteString(L"written when it ends");
+    }
+    EXPECT_EQ("written when it ends", ReadFile(path));
+    EXPECT_EQ(handles, CountHandles());
+    {
+        CStdioFile file(path.c_str(), createText);
+        ASSERT_TRUE(file.Open((folder / L"other.txt").c_str(), createText)) << "closes the first";
+        EXPECT_EQ(handles + 1, CountHandles());
+        file.Abort();
+        file.Abort();
+        file.Close();
+        EXPECT_EQ(handles, CountHandles());
+    }
+    FILE* stream = ::_wfopen(path.c_str(), L"w+");
+    ASSERT_NE(nullptr, stream);
+    {
+        CStdioFile attached(stream);
+        attached.WriteString(L"attached");
+        EXPECT_EQ(8U, attached.GetLength());
+    }
+    EXPECT_EQ(0, std::fclose(stream)) << "an attached stream stays open";
+    EXPECT_EQ("attached", ReadFile(path));
+}
+
+// Lines
+
+TEST(CStdioFileLines, ReadsWithAndWithoutLastLineEnd) {
+    const TempFolder folder;
+    const std::wstring longLine(10000, L'x');
+    std::string longText(longLine.begin(), longLine.end());
+    const struct {
+        std::string contents;
+        std::vector<std::wstring> lines;
+    } cases[] = {
+        {"", {}},
+        {"\r\n", {L""}},
+        {"one", {L"one"}},
+        {"one\r\n", {L"one"}},
+        {"one\r\ntwo", {L"one", L"two"}},
+        {"\r\n\r\ntwo\r\n", {L"", L"", L"two"}},
+        {"one\ntwo\n", {L"one", L"two"}},
+        {longText + "\r\nend", {longLine, L"end"}},
+        {std::string(255, 'x') + "\r\n" + std::string(256, 'y') + "\r\n" + std::string(257, 'z'),
+         {std::wstring(255, L'x'), std::wstring(256, L'y'), std::wstring(257, L'z')}},
+        {std::string("a\0b\r\nc", 6), {std::wstring(L"a\0b", 3), L"c"}},
+    };
+    for (const auto& test : cases) {
+        const std::wstring path = folder.MakeFile(L"lines.txt", test.contents);
+        CStdioFile file(path.c_str(), CFile::modeRead | CFile::typeText);
+        EXPECT_EQ(test.lines, Lines(file)) << test.contents.substr(0, 40);
+        CString line;
+        EXPECT_FALSE(file.ReadString(line)) << "the end stays the end";
+    }
+}
+
+TEST(CStdioFileLines, ReadsIntoABufferWithTheLineFeed) {
+    const TempFolder folder;
+    const std::wstring path = folder.MakeFile(L"lines.txt", "abcdef\r\ngh");
+    CStdioFile file(path.c_str(), CFile::modeRead | CFile::typeText);
+    wchar_t text[5];
+    EXPECT_EQ(text, file.ReadString(text, 5));
+    EXPECT_STREQ(L"abcd", text);
+    EXPECT_EQ(text, file.ReadString(text, 5));
+    EXPECT_STREQ(L"ef\n", text);
+    EXPECT_EQ(text, file.ReadString(text, 5));
+    EXPECT_STREQ(L"gh", text);
+    EXPECT_EQ(nullptr, file.ReadString(text, 5));
+}
+
+TEST(CStdioFileLines, TextModeTranslatesLineEndsBinaryDoesNot) {
+    const TempFolder folder;
+    const std::wstring path = folder / L"file.txt";
+    {
+        CStdioFile file(path.c_str(), createText);
+        file.WriteString(L"a\nb\n");
+        file.WriteString(L"");
+    }
+    EXPECT_EQ("a\r\nb\r\n", ReadFile(path));
+    {
+        CStdioFile file(path.c_str(), CFile::modeRead | CFile::typeText);
+        char text[10] = {};
+        EXPECT_EQ(4U, file.Read(text, 10));
+        EXPECT_STREQ("a\nb\n", text);
+        EXPECT_EQ(0U, file.Read(text, 10));
+        EXPECT_EQ(6U, file.GetLength()) << "bytes in the file";
+    }
+    {
+        CStdioFile file(path.c_str(), CFile::modeCreate | CFile::modeReadWrite | CFile::typeBinary);
+        file.WriteString(L"\u00E4\u4E2D\n");
+        file.SeekToBegin();
+        EXPECT_EQ((std::vector<std::wstring>{L"\u00E4\u4E2D"}), Lines(file)) << "binary streams hold UTF-16";
+    }
+    EXPECT_EQ(std::string("\xE4\x00\x2D\x4E\n\x00", 6), ReadFile(path));
+}
+
+TEST(CStdioFileLines, ACharacterThatTheRuntimeCannotStoreIsReported) {
+    const TempFolder folder;
+    const std::wstring path = folder / L"file.txt";
+    CStdioFile file(path.c_str(), createText);
+    const auto refused = Catch([&] { file.WriteString(L"\u4E2D"); });
+    ASSERT_NE(nullptr, refused);
+    EXPECT_EQ(CFileException::diskFull, refused->m_cause) << "every failed write of text has this cause";
+    file.WriteString(L"after\n");
+    file.Close();
+    EXPECT_EQ("after\r\n", ReadFile(path));
+}
+
+TEST(CStdioFileLines, PositionsSeekAndLength) {
+    const TempFolder folder;
+    const std::wstring path = folder / L"file.txt";
+    CStdioFile file(path.c_str(), CFile::modeCreate | CFile::modeReadWrite | CFile::typeBinary);
+    file.Write("0123456789", 10);
+    EXPECT_EQ(10U, file.GetLength()) << "what is still buffered counts";
+    EXPECT_EQ(10U, file.GetPosition());
+    EXPECT_EQ(4U, file.Seek(4, CFile::begin));
+    EXPECT_EQ(10U, file.GetLength());
+    EXPECT_EQ(4U, file.GetPosition()) << "asking for the length moves nothing";
+    char text[3] = {};
+    EXPECT_EQ(2U, file.Read(text, 2));
+    EXPECT_STREQ("45", text);
+    file.SetLength(5);
+    EXPECT_EQ(5U, file.GetLength());
+    EXPECT_EQ(5U, file.GetPosition());
+    file.Write("x", 1);
+    EXPECT_NE(nullptr, Catch([&] { file.Seek(-100, CFile::begin); }));
+    file.Close();
+    EXPECT_EQ("01234x", ReadFile(path));
+}
+
+TEST(CStdioFileLines, FailuresAreThrown) {
+    const TempFolder folder;
+    const std::wstring path = folder.MakeFile(L"file.txt", "text");
+    CString line;
+    wchar_t buffer[4] = {};
+    CStdioFile file;
+    for (const auto& error : {Catch([&] { file.WriteString(L"x"); }), Catch([&] { file.Write("x", 1); }),
+                              Catch([&] { file.Read(buffer, 1); }), Catch([&] { file.ReadString(line); }),
+                              Catch([&] { file.ReadString(buffer, 4); }), Catch([&] { file.GetLength(); }),
+                              Catch([&] { file.Seek(0, CFile::begin); })}) {
+        ASSERT_NE(nullptr, error) << "no stream is open";
+        EXPECT_EQ(CFileException::invalidFile, error->m_cause);
+    }
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeRead | CFile::typeText));
+    EXPECT_NE(nullptr, Catch([&] { file.WriteString(L"x"); })) << "opened for reading";
+    EXPECT_TRUE(file.ReadString(line));
+    EXPECT_STREQ(L"text", line);
+    ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite | CFile::typeText));
+    EXPECT_NE(nullptr, Catch([&] { file.ReadString(line); })) << "opened for writing";
+    EXPECT_STREQ(L"text", line) << "a failed read leaves the text alone";
+}
+
+} // namespace
