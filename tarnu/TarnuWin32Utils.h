@@ -27,7 +27,18 @@
 // geometry: point strings, face and point readers
 
 // messaging: callbacks, subclassing, window-message server, server thread
+#include "tarnu/messaging/OrvaCallback.h"
+#include "tarnu/messaging/OrvaCallbackDispatcher.h"
+#include "tarnu/messaging/OrvaChangeManager.h"
+#include "tarnu/messaging/OrvaHEVENTCallback.h"
+#include "tarnu/messaging/OrvaMessage.h"
+#include "tarnu/messaging/OrvaMessageQueue.h"
+#include "tarnu/messaging/OrvaServerCode.h"
+#include "tarnu/messaging/OrvaServerEventHandler.h"
+#include "tarnu/messaging/OrvaServerThread.h"
+#include "tarnu/messaging/OrvaSocket.h"
 #include "tarnu/messaging/OrvaSubClassWnd.h"
+#include "tarnu/messaging/OrvaSynchronizedSelector.h"
 #include "tarnu/messaging/OrvaWndMsgServer.h"
 
 // xml

@@ -1,0 +1,3 @@
+#include "tarnu/messaging/OrvaCallback.h"
+
+OrvaCallback::~OrvaCallback() = default;

@@ -1,0 +1,3 @@
+#include "tarnu/messaging/OrvaChangeManager.h"
+
+OrvaChangeManager::~OrvaChangeManager() = default;

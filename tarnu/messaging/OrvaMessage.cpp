@@ -1,0 +1,3 @@
+#include "tarnu/messaging/OrvaMessage.h"
+
+OrvaMessage::~OrvaMessage() = default;

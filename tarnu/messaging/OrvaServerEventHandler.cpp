@@ -1,0 +1,7 @@
+#include "tarnu/messaging/OrvaServerEventHandler.h"
+
+OrvaServerEventHandler::~OrvaServerEventHandler() = default;
+
+void OrvaServerEventHandler::OnRemoved() {}
+
+void OrvaServerEventHandler::OnClose() {}

@@ -1,0 +1,3 @@
+#include "tarnu/messaging/OrvaSocket.h"
+
+OrvaSocket::~OrvaSocket() = default;

@@ -1,0 +1,437 @@
+#include "tarnu/messaging/OrvaServerThread.h"
+
+#include "support/HandleCount.h"
+#include "support/Wait.h"
+#include "tarnu/messaging/OrvaSocket.h"
+#include "tarnu/support/Owners.h"
+
+#include <atomic>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tarnu::test {
+namespace {
+
+using support::UniqueHandle;
+
+/// What became of a handler; outlives it.
+struct Fate {
+    std::atomic<int> signaled = 0;
+    std::atomic<int> closed = 0;
+    std::atomic<int> removed = 0;
+    std::atomic<int> deleted = 0;
+    std::atomic<DWORD> threadId = 0;
+    std::atomic<int> signaledWhenRemoved = -1;
+};
+
+/// Serves an event of its own, or any handle that it is given.
+class Handler : public OrvaServerEventHandler {
+public:
+    explicit Handler(Fate& fate, bool isManual = false)
+        : m_fate(fate), m_event(::CreateEventW(nullptr, isManual, FALSE, nullptr)), m_handle(m_event.Get()) {}
+    Handler(Fate& fate, HANDLE handle) : m_fate(fate), m_handle(handle) {}
+    ~Handler() override { ++m_fate.deleted; }
+
+    HANDLE GetHandle() override { return m_handle; }
+    void OnSignaled() override {
+        m_fate.threadId = ::GetCurrentThreadId();
+        ++m_fate.signaled;
+        if (onSignaled) onSignaled();
+    }
+    void OnClose() override { ++m_fate.closed; }
+    void OnRemoved() override {
+        m_fate.signaledWhenRemoved = m_fate.signaled.load();
+        ++m_fate.removed;
+        if (isDeletedWhenRemoved) delete this;
+    }
+
+    std::function<void()> onSignaled;
+    bool isDeletedWhenRemoved = true;
+
+private:
+    Fate& m_fate;
+    UniqueHandle m_event;
+    HANDLE m_handle;
+};
+
+class ServerThread : public ::testing::Test {
+protected:
+    Handler* Add(Fate& fate, bool isManual = false) {
+        auto* handler = new Handler(fate, isManual);
+        EXPECT_EQ(OrvaServerSuccess, m_server.AddHandler(handler));
+        return handler;
+    }
+    void Stop() {
+        OrvaServerCode code = 99;
+        EXPECT_EQ(OrvaServerFailure, m_server.Stop(&code));
+        EXPECT_EQ(OrvaServerSuccess, code);
+    }
+
+    OrvaServerThread m_server;
+};
+
+TEST_F(ServerThread, RefusesHandlersWhileItDoesNotRun) {
+    Fate fate;
+    auto handler = std::make_unique<Handler>(fate);
+    for (const bool isStopped : {false, true}) {
+        if (isStopped) {
+            EXPECT_EQ(OrvaServerSuccess, m_server.Start());
+            Stop();
+        }
+        EXPECT_EQ(1000001u, m_server.AddHandler(handler.get()));
+        EXPECT_EQ(1000001u, m_server.RemoveHandler(handler.get()));
+        EXPECT_EQ(1000001u, m_server.Stop(nullptr));
+    }
+    EXPECT_EQ(OrvaServerSuccess, m_server.Start());
+    EXPECT_EQ(1000001u, m_server.AddHandler(nullptr));
+    Stop();
+    EXPECT_EQ(0, fate.deleted + fate.closed + fate.removed);
+}
+
+TEST_F(ServerThread, ServesOnOneThreadUntilItIsStopped) {
+    Fate fate;
+    EXPECT_EQ(0u, m_server.Start());
+    Handler* handler = Add(fate);
+    ::SetEvent(handler->GetHandle());
+    ASSERT_TRUE(WaitUntil([&] { return fate.signaled == 1; }));
+    const DWORD thread = fate.threadId;
+    EXPECT_NE(::GetCurrentThreadId(), thread);
+    EXPECT_EQ(0u, m_server.Start());
+    ::SetEvent(handler->GetHandle());
+    ASSERT_TRUE(WaitUntil([&] { return fate.signaled == 2; }));
+    EXPECT_EQ(thread, fate.threadId);
+    Stop();
+    EXPECT_EQ(2, fate.signaled);
+    EXPECT_EQ(1, fate.closed);
+    EXPECT_EQ(1, fate.deleted);
+    EXPECT_EQ(0, fate.removed);
+    Stop(); // twice
+}
+
+TEST_F(ServerThread, StartsAgainAfterEveryKindOfStop) {
+    Fate fates[3];
+    for (Fate& fate : fates) {
+        EXPECT_EQ(OrvaServerSuccess, m_server.Start());
+        Handler* handler = Add(fate);
+        if (&fate != &fates[1]) {
+            ::SetEvent(handler->GetHandle());
+            ASSERT_TRUE(WaitUntil([&] { return fate.signaled == 1; }));
+            Stop();
+        } else { // from within a handler, where waiting would be waiting for itself
+            handler->onSignaled = [this] { Stop(); };
+            ::SetEvent(handler->GetHandle());
+            ASSERT_TRUE(WaitUntil([&] { return fate.deleted == 1; }));
+        }
+        EXPECT_EQ(1, fate.closed);
+        EXPECT_EQ(1, fate.deleted);
+    }
+}
+
+TEST_F(ServerThread, HandlersThatAreSignalledAtTheStopAreCalledOnceMore) {
+    Fate stopping;
+    Fate signalled;
+    Fate silent;
+    m_server.Start();
+    Handler* second = Add(signalled);
+    Add(silent);
+    Handler* first = Add(stopping);
+    first->onSignaled = [&] {
+        Stop();
+        ::SetEvent(second->GetHandle());
+    };
+    ::SetEvent(first->GetHandle());
+    ASSERT_TRUE(WaitUntil([&] { return stopping.deleted + signalled.deleted + silent.deleted == 3; }));
+    EXPECT_EQ(1, signalled.signaled);
+    EXPECT_EQ(1, signalled.closed);
+    EXPECT_EQ(0, silent.signaled);
+    EXPECT_EQ(1, silent.closed);
+}
+
+TEST_F(ServerThread, TheDestructorStops) {
+    Fate fate;
+    {
+        OrvaServerThread server;
+        server.Start();
+        auto* handler = new Handler(fate);
+        server.AddHandler(handler);
+    }
+    EXPECT_EQ(1, fate.closed); // also when the addition was still on its way
+    EXPECT_EQ(1, fate.deleted);
+}
+
+TEST_F(ServerThread, AHandlerIsRemovedWhileItStaysSignalled) {
+    Fate fate;
+    Fate other;
+    m_server.Start();
+    Handler* handler = Add(fate, /*isManual=*/true);
+    ::SetEvent(handler->GetHandle());
+    ASSERT_TRUE(WaitUntil([&] { return fate.signaled > 10; }));
+    Handler* second = Add(other); // arrives and is served although the first one never rests
+    ::SetEvent(second->GetHandle());
+    ASSERT_TRUE(WaitUntil([&] { return other.signaled == 1; }));
+    EXPECT_EQ(OrvaServerSuccess, m_server.RemoveHandler(handler));
+    ASSERT_TRUE(WaitUntil([&] { return fate.removed == 1; }));
+    ::SetEvent(second->GetHandle());
+    ASSERT_TRUE(WaitUntil([&] { return other.signaled == 2; }));
+    Stop();
+    EXPECT_EQ(fate.signaledWhenRemoved, fate.signaled);
+    EXPECT_EQ(0, fate.closed);
+    EXPECT_EQ(1, fate.deleted);
+}
+
+TEST_F(ServerThread, AHandlerMayAddAndRemoveOnItsOwnThread) {
+    Fate fate;
+    Fate added;
+    m_server.Start();
+    Handler* handler = Add(fate);
+    handler->onSignaled = [&, handler] {
+        ::SetEvent(Add(added)->GetHandle());
+        EXPECT_EQ(OrvaServerSuccess, m_server.Start());
+        m_server.RemoveHandler(handler);
+        m_server.RemoveHandler(handler); // finds nothing any more
+    };
+    ::SetEvent(handler->GetHandle());
+    EXPECT_TRUE(WaitUntil([&] { return fate.deleted == 1 && added.signaled == 1; }));
+    EXPECT_EQ(1, fate.removed);
+    Stop();
+}
+
+TEST_F(ServerThread, ManyHandlersAllHaveTheirTurn) {
+    constexpr int count = 200;
+    std::vector<std::unique_ptr<Fate>> fates;
+    std::vector<Handler*> handlers;
+    m_server.Start();
+    for (int index = 0; index < count; ++index) {
+        fates.push_back(std::make_unique<Fate>());
+        handlers.push_back(Add(*fates.back(), /*isManual=*/true));
+    }
+    for (Handler* handler : handlers) // one by one, each alone
+        ::SetEvent(handler->GetHandle());
+    for (int index = 0; index < count; ++index)
+        ASSERT_TRUE(WaitUntil([&] { return fates[static_cast<size_t>(index)]->signaled >= 3; })) << index;
+    // Nobody got far ahead of the others.
+    int least = fates[0]->signaled;
+    int most = least;
+    for (const auto& fate : fates) {
+        least = std::min(least, fate->signaled.load());
+        most = std::max(most, fate->signaled.load());
+    }
+    EXPECT_LE(most, least * 3 + 10);
+    for (std::size_t index = 0; index < handlers.size(); index += 2)
+        m_server.RemoveHandler(handlers[index]);
+    for (std::size_t index = 0; index < handlers.size(); index += 2)
+        ASSERT_TRUE(WaitUntil([&] { return fates[index]->deleted == 1; }));
+    const int before = fates[199]->signaled;
+    ASSERT_TRUE(WaitUntil([&] { return fates[199]->signaled > before; }));
+    Stop();
+    for (std::size_t index = 0; index < handlers.size(); ++index) {
+        EXPECT_EQ(1, fates[index]->deleted);
+        EXPECT_EQ(index % 2 == 0 ? 0 : 1, fates[index]->closed);
+    }
+}
+
+TEST_F(ServerThread, AQuietServerWithManyHandlersWakesForTheLastOne) {
+    std::vector<std::unique_ptr<Fate>> fates;
+    m_server.Start();
+    Handler* last = nullptr;
+    for (int index = 0; index < 130; ++index) {
+        fates.push_back(std::make_unique<Fate>());
+        last = Add(*fates.back());
+    }
+    for (int round = 1; round <= 3; ++round) {
+        ::SetEvent(last->GetHandle());
+        ASSERT_TRUE(WaitUntil([&] { return fates.back()->signaled == round; }));
+    }
+    for (std::size_t index = 0; index + 1 < fates.size(); ++index)
+        EXPECT_EQ(0, fates[index]->signaled);
+    Stop();
+}
+
+TEST_F(ServerThread, AHandleThatCannotBeWaitedOnHarmsNobody) {
+    Fate bad[3];
+    Fate good;
+    m_server.Start();
+    std::vector<Handler*> handlers;
+    for (HANDLE handle : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE, reinterpret_cast<HANDLE>(0x7FF0)}) {
+        handlers.push_back(new Handler(bad[handlers.size()], handle));
+        EXPECT_EQ(OrvaServerSuccess, m_server.AddHandler(handlers.back()));
+    }
+    Handler* handler = Add(good);
+    for (int round = 1; round <= 3; ++round) {
+        ::SetEvent(handler->GetHandle());
+        ASSERT_TRUE(WaitUntil([&] { return good.signaled == round; }));
+    }
+    m_server.RemoveHandler(handlers[2]);
+    ASSERT_TRUE(WaitUntil([&] { return bad[2].removed == 1; }));
+    Stop();
+    EXPECT_EQ(1, bad[0].closed);
+    EXPECT_EQ(0, bad[0].signaled + bad[2].signaled);
+}
+
+TEST_F(ServerThread, AnAbandonedMutexSignals) {
+    const UniqueHandle mutex(::CreateMutexW(nullptr, FALSE, nullptr));
+    std::thread owner([&] { ::WaitForSingleObject(mutex.Get(), INFINITE); });
+    owner.join();
+    Fate fate;
+    m_server.Start();
+    auto* handler = new Handler(fate, mutex.Get());
+    handler->onSignaled = [&] { m_server.RemoveHandler(handler); }; // it is the server thread's now
+    m_server.AddHandler(handler);
+    EXPECT_TRUE(WaitUntil([&] { return fate.deleted == 1; }));
+    EXPECT_GE(fate.signaled, 1);
+    Stop();
+}
+
+TEST_F(ServerThread, ASecondHandlerTakesAHandleOver) {
+    const UniqueHandle event(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    Fate first;
+    Fate second;
+    m_server.Start();
+    m_server.AddHandler(new Handler(first, event.Get()));
+    auto* handler = new Handler(second, event.Get());
+    m_server.AddHandler(handler);
+    m_server.AddHandler(handler); // itself: nothing to take over
+    ASSERT_TRUE(WaitUntil([&] { return first.deleted == 1; }));
+    EXPECT_EQ(1, first.closed);
+    ::SetEvent(event.Get());
+    ASSERT_TRUE(WaitUntil([&] { return second.signaled == 1; }));
+    EXPECT_EQ(0, first.signaled);
+    Stop();
+    EXPECT_EQ(1, second.deleted);
+}
+
+TEST_F(ServerThread, StartAndStopFromTwoThreadsLoseNoHandler) {
+    std::atomic<int> refused = 0;
+    Fate fate; // shared by all
+    constexpr int rounds = 150;
+    const unsigned handlesBefore = CountHandles();
+    const auto work = [&] {
+        for (int round = 0; round < rounds; ++round) {
+            m_server.Start();
+            auto handler = std::make_unique<Handler>(fate, /*isManual=*/true);
+            ::SetEvent(handler->GetHandle()); // the stop finds it signalling
+            if (m_server.AddHandler(handler.get()) == OrvaServerSuccess) {
+                (void)handler.release();
+            } else {
+                ++refused;
+            }
+            m_server.Stop(nullptr);
+        }
+    };
+    std::thread first(work);
+    std::thread second(work);
+    first.join();
+    second.join();
+    EXPECT_EQ(2 * rounds, fate.deleted);
+    EXPECT_EQ(2 * rounds - refused, fate.closed);
+    EXPECT_LE(CountHandles(), handlesBefore + 4); // the threads' own leftovers
+}
+
+TEST_F(ServerThread, StopComesThroughWhileAHandlerStopsToo) {
+    for (int round = 0; round < 50; ++round) {
+        Fate fate;
+        m_server.Start();
+        Handler* handler = Add(fate, /*isManual=*/true);
+        handler->onSignaled = [this] { m_server.Stop(nullptr); };
+        ::SetEvent(handler->GetHandle());
+        m_server.Stop(nullptr);
+        EXPECT_EQ(1, fate.deleted);
+    }
+}
+
+TEST_F(ServerThread, ADerivedServerSeesTheSteps) {
+    class Server : public OrvaServerThread {
+    public:
+        ~Server() override { Stop(nullptr); }
+        std::string log;
+
+    protected:
+        DWORD Run(HANDLE started) override {
+            log += "run ";
+            return OrvaServerThread::Run(started);
+        }
+        void DoAddHandler(OrvaServerEventHandler* handler) override {
+            log += "add ";
+            OrvaServerThread::DoAddHandler(handler);
+        }
+        void DoRemoveHandler(HANDLE handle) override {
+            log += "remove ";
+            OrvaServerThread::DoRemoveHandler(handle);
+        }
+        void OnStopped() override { log += "stopped"; }
+    };
+    Fate fate;
+    Server server;
+    server.Start();
+    auto* handler = new Handler(fate);
+    server.AddHandler(handler);
+    server.RemoveHandler(handler);
+    ASSERT_TRUE(WaitUntil([&] { return fate.deleted == 1; }));
+    server.Stop(nullptr);
+    EXPECT_EQ("run add remove stopped", server.log);
+}
+
+// OrvaSocket adds a slot and nothing else.
+TEST_F(ServerThread, ASocketIsServedLikeAnyHandler) {
+    class Socket : public OrvaSocket {
+    public:
+        explicit Socket(std::atomic<int>& calls)
+            : m_calls(calls), m_event(::CreateEventW(nullptr, FALSE, TRUE, nullptr)) {}
+        UINT_PTR GetSocket() override { return 5; }
+        HANDLE GetHandle() override { return m_event.Get(); }
+        void OnSignaled() override { m_calls += static_cast<int>(GetSocket()); }
+
+    private:
+        std::atomic<int>& m_calls;
+        UniqueHandle m_event;
+    };
+    std::atomic<int> calls = 0;
+    m_server.Start();
+    m_server.AddHandler(new Socket(calls));
+    EXPECT_TRUE(WaitUntil([&] { return calls == 5; }));
+    Stop();
+}
+
+// The selector alone.
+TEST(SynchronizedSelector, ReportsInTurnAndMapsTheResults) {
+    Fate fate;
+    Handler first(fate, /*isManual=*/true);
+    Handler second(fate, /*isManual=*/true);
+    OrvaSynchronizedSelector selector;
+    HANDLE handle = INVALID_HANDLE_VALUE;
+    OrvaSynchronizedSelector::HandleRecord* record = nullptr;
+    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), selector.Wait(false, 0, false, handle, &record));
+    EXPECT_EQ(nullptr, handle);
+    EXPECT_EQ(WAIT_FAILED, selector.Wait(true, 0, false, handle, &record));
+
+    selector.Add(first.GetHandle(), &first);
+    selector.Add(second.GetHandle(), &second);
+    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), selector.Wait(false, 1, false, handle, &record));
+    EXPECT_EQ(nullptr, record);
+    ::SetEvent(first.GetHandle());
+    ::SetEvent(second.GetHandle());
+    std::string order;
+    for (int round = 0; round < 4; ++round) {
+        EXPECT_EQ(WAIT_OBJECT_0, selector.Wait(false, INFINITE, false, handle, &record));
+        ASSERT_NE(nullptr, record);
+        EXPECT_EQ(handle, record->handler->GetHandle());
+        order += record->handler == &first ? '1' : '2';
+    }
+    EXPECT_TRUE(order == "1212" || order == "2121") << order;
+    EXPECT_EQ(WAIT_OBJECT_0, selector.Wait(true, 0, false, handle, nullptr));
+
+    ::QueueUserAPC([](ULONG_PTR) {}, ::GetCurrentThread(), 0);
+    ::ResetEvent(first.GetHandle());
+    ::ResetEvent(second.GetHandle());
+    EXPECT_EQ(static_cast<DWORD>(WAIT_IO_COMPLETION), selector.Wait(false, INFINITE, true, handle, &record));
+    EXPECT_EQ(&first, selector.Remove(first.GetHandle()));
+    EXPECT_EQ(nullptr, selector.Remove(first.GetHandle()));
+    EXPECT_EQ(1u, selector.GetCount());
+}
+
+} // namespace
+} // namespace tarnu::test
