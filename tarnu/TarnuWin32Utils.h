@@ -21,6 +21,7 @@
 #include "tarnu/filesystem/OrvaFileModifiedStatus.h"
 
 // files: operations on files and trees, report file, stream
+#include "tarnu/files/OrvaFileStream.h"
 
 // memory
 
