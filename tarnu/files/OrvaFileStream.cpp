@@ -13,9 +13,9 @@ OrvaFileStream::~OrvaFileStream() {
 bool OrvaFileStream::Open(const wchar_t* name, bool readMode) noexcept {
     m_readMode = readMode;
 
-    constexpr int kBufferSize = 100;
-    char ansiName[kBufferSize];
-    const int length = ::WideCharToMultiByte(CP_ACP, /*dwFlags=*/0, name, ::lstrlenW(name), ansiName, kBufferSize - 1,
+    constexpr int bufferSize = 100;
+    char ansiName[bufferSize];
+    const int length = ::WideCharToMultiByte(CP_ACP, /*dwFlags=*/0, name, ::lstrlenW(name), ansiName, bufferSize - 1,
                                              /*lpDefaultChar=*/nullptr, /*lpUsedDefaultChar=*/nullptr);
     if (length == 0) return false;
     ansiName[length] = '\0';

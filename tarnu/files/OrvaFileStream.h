@@ -17,9 +17,9 @@
 /// E_FAIL, not E_NOTIMPL, and leave their out arguments untouched.
 ///
 /// @code
-/// Microsoft::WRL::ComPtr<OrvaFileStream> stream;
-/// stream.Attach(new OrvaFileStream);
-/// if (stream->Open(L"survey.xml", /*readMode=*/true)) persist->Load(stream.Get());
+/// OrvaFileStream* stream = new OrvaFileStream;
+/// if (stream->Open(L"survey.xml", /*readMode=*/true)) persist->Load(stream);
+/// stream->Release();
 /// @endcode
 class TARNU_API OrvaFileStream final : public IStream {
 public:
