@@ -20,7 +20,7 @@ CString OrvaGetSystemErrorText(DWORD code) {
 
 CString OrvaGetComErrorText(const _com_error& error) {
     Microsoft::WRL::ComPtr<IErrorInfo> information;
-    information.Attach(error.ErrorInfo());
+    *information.GetAddressOf() = error.ErrorInfo(); // takes the reference; mingw-w64's Attach would add another
     if (information) {
         UniqueBstr description;
         if (SUCCEEDED(information->GetDescription(description.Put())) && ::SysStringLen(description.Get()) > 0)
