@@ -6,7 +6,10 @@
 #include "tarnu/framework/framework.h"
 
 // frame: message boxes, trace log, timer, progress
+#include "tarnu/frame/OrvaComErrorBox.h"
 #include "tarnu/frame/OrvaMessageBox.h"
+#include "tarnu/frame/OrvaRegistry.h"
+#include "tarnu/frame/OrvaTrace.h"
 #include "tarnu/frame/OrvaProgress.h"
 
 // text
