@@ -1,0 +1,39 @@
+/// @file
+/// Conversions between FILETIME, SYSTEMTIME, local time and __time64_t, exact from 1601 to 30827.
+///
+/// All conversions share one range, 1601-01-01 00:00:00 to 30827-12-31 23:59:59.9999999 UTC. A value outside it, a
+/// SYSTEMTIME that names no real date or time of day, and a result outside the range of its type make the conversion
+/// return false and leave the output as it was. The day of week is ignored on input and correct on output.
+///
+/// A coarser type takes the value rounded down: milliseconds for SYSTEMTIME, seconds for __time64_t (which is negative
+/// before 1970). A finer one takes it exactly.
+///
+/// Local time is that of the system's current time zone with the daylight rule that holds at the date converted (not
+/// the one that holds today). An hour that occurs twice means one of the two, as the system decides.
+///
+/// Thread rule: any thread. Ownership: plain values.
+#ifndef TARNU_FILES_ORVAFILETIMES_H
+#define TARNU_FILES_ORVAFILETIMES_H
+
+#include "tarnu/framework/framework.h"
+
+// FILETIME (100 ns since 1601, UTC) and __time64_t (seconds since 1970, UTC)
+
+TARNU_API bool OrvaFileTimeToTime(const FILETIME& fileTime, __time64_t& time) noexcept;
+TARNU_API bool OrvaTimeToFileTime(__time64_t time, FILETIME& fileTime) noexcept;
+
+// UTC fields
+
+TARNU_API bool OrvaFileTimeToUtc(const FILETIME& fileTime, SYSTEMTIME& utc) noexcept;
+TARNU_API bool OrvaUtcToFileTime(const SYSTEMTIME& utc, FILETIME& fileTime) noexcept;
+TARNU_API bool OrvaTimeToUtc(__time64_t time, SYSTEMTIME& utc) noexcept;
+TARNU_API bool OrvaUtcToTime(const SYSTEMTIME& utc, __time64_t& time) noexcept;
+
+// Local fields
+
+TARNU_API bool OrvaFileTimeToLocal(const FILETIME& fileTime, SYSTEMTIME& local) noexcept;
+TARNU_API bool OrvaLocalToFileTime(const SYSTEMTIME& local, FILETIME& fileTime) noexcept;
+TARNU_API bool OrvaTimeToLocal(__time64_t time, SYSTEMTIME& local) noexcept;
+TARNU_API bool OrvaLocalToTime(const SYSTEMTIME& local, __time64_t& time) noexcept;
+
+#endif // TARNU_FILES_ORVAFILETIMES_H
