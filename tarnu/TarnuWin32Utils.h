@@ -11,6 +11,8 @@
 #include "tarnu/frame/OrvaRegistry.h"
 #include "tarnu/frame/OrvaTrace.h"
 #include "tarnu/frame/OrvaProgress.h"
+#include "tarnu/frame/OrvaProgressDisabler.h"
+#include "tarnu/frame/OrvaTimer.h"
 
 // text
 #include "tarnu/text/OrvaStrings.h"
@@ -24,7 +26,10 @@
 #include "tarnu/filesystem/OrvaFileModifiedStatus.h"
 
 // files: operations on files and trees, report file, stream
+#include "tarnu/files/OrvaFileOperations.h"
 #include "tarnu/files/OrvaFileStream.h"
+#include "tarnu/files/OrvaFileTimes.h"
+#include "tarnu/files/OrvaStdioFile.h"
 
 // memory
 

@@ -1,0 +1,53 @@
+#include "tarnu/files/OrvaStdioFile.h"
+
+#include "tarnu/files/OrvaFileOperations.h"
+
+#include <ctime>
+
+namespace {
+
+/// Puts the time between name and extension.
+OrvaPath WithTimeStamp(const OrvaPath& path, __time64_t time) {
+    OrvaPath drive;
+    OrvaPath directory;
+    OrvaPath name;
+    OrvaPath extension;
+    path.SplitPath(drive, directory, name, extension);
+    // One expects all 64 bits of the time; the low 32 go in as a signed number. Hosts rely on the short names.
+    CString stamped;
+    stamped.Format(L"%s - %d%s", name.GetText().GetString(), static_cast<int>(time), extension.GetText().GetString());
+    return path.GetDriveAndDirectory() / stamped;
+}
+
+} // namespace
+
+OrvaStdioFile::OrvaStdioFile(OrvaPath path, bool addTimeStamp, bool overwrite, int writeHeader) : m_opened(FALSE) {
+    if (path.IsEmpty()) return;
+    const __time64_t time = ::_time64(nullptr);
+    if (addTimeStamp) path = WithTimeStamp(path, time);
+    OrvaCreateDirectoryPath(path.GetDriveAndDirectory()); // a failure shows when the file is opened
+
+    UINT flags = typeText | modeCreate | shareExclusive | modeReadWrite;
+    if (!overwrite) flags |= modeNoTruncate;
+    CFileException error;
+    if (!Open(path, flags, &error)) AfxThrowFileException(error.m_cause, error.m_lOsError, path);
+    if (writeHeader != 0) WriteHeader(time);
+    m_opened = TRUE;
+}
+
+OrvaStdioFile::~OrvaStdioFile() = default;
+
+void OrvaStdioFile::WriteHeader(__time64_t time) {
+    CString header = L"File Report - " + GetFilePath();
+    wchar_t text[260];
+    if (::_wctime64_s(text, _countof(text), &time) == 0) {
+        header += L"\nOpened:  ";
+        header += text; // ends with a line break of its own
+    }
+    header += L"\n";
+    try {
+        WriteString(header);
+    } catch (CException* error) { // a header that can't be written leaves a file that is open all the same
+        error->Delete();
+    }
+}
