@@ -24,8 +24,9 @@ UniqueModule LoadHostModule() {
     ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(&LoadHostModule),
                          &library);
 
-    // A path that is empty, cut or without a folder must not reach LoadLibraryW: it would be looked for in other
-    // folders.
+    // Whatever went wrong, only a full path beside the library may reach LoadLibraryW: without a handle the
+    // executable's folder would count, and a path that is cut or has no folder would be looked for in other folders.
+    if (library == nullptr) return UniqueModule();
     wchar_t path[MAX_PATH] = L"";
     const DWORD pathLength = ::GetModuleFileNameW(library, path, MAX_PATH);
     if (pathLength == 0 || pathLength >= MAX_PATH) return UniqueModule();

@@ -3,14 +3,19 @@
 #include "tarnu/text/OrvaStrings.h"
 #include "tarnu/text/TextSearchInternal.h"
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cwchar>
+#include <new>
 
 using namespace tarnu::support;
 
 CString OrvaFormatDouble(double value, int decimals) {
+    constexpr int LongestWhole = 320; // sign, digits of the largest double, point
+    if (decimals > INT_MAX - LongestWhole) throw std::bad_alloc();
     CString text;
-    text.Format(L"%.*f", decimals, value);
+    text.Format(L"%.*f", std::max(decimals, -1), value);
     return text;
 }
 

@@ -4,8 +4,8 @@
 /// None of them keeps state; all may be called from any thread, each CString by one thread at a time. Lengths and
 /// positions are counts of UTF-16 code units; a CString is taken at its full length, embedded NUL characters included.
 /// Texts that are passed in are borrowed for the call, texts that are returned belong to the caller. Running out of
-/// memory, or a result longer than a CString can hold, throws the framework's memory exception (std::bad_alloc in the
-/// built-in framework) and leaves in/out texts as they were.
+/// memory throws what CString throws for it, a result longer than a CString can hold throws std::bad_alloc; in/out
+/// texts then are as they were.
 #ifndef TARNU_TEXT_ORVASTRINGS_H
 #define TARNU_TEXT_ORVASTRINGS_H
 

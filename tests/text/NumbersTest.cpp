@@ -5,6 +5,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <new>
 
 using namespace tarnu::test;
 using namespace std::string_literals;
@@ -31,6 +32,11 @@ TEST(OrvaFormatDouble, LongResults) {
     const std::wstring precise = Wide(OrvaFormatDouble(0.5, 1000));
     EXPECT_EQ(1002U, precise.size());
     EXPECT_EQ(L"0.5000", precise.substr(0, 6));
+}
+
+TEST(OrvaFormatDouble, DecimalsOutOfRange) {
+    EXPECT_EQ(L"2.500000", Wide(OrvaFormatDouble(2.5, std::numeric_limits<int>::min())));
+    EXPECT_THROW(OrvaFormatDouble(2.5, std::numeric_limits<int>::max()), std::bad_alloc) << "longer than a text can be";
 }
 
 TEST(OrvaParseDouble, WholeTextOnly) {
