@@ -51,6 +51,8 @@
 #include "tarnu/messaging/OrvaWndMsgServer.h"
 
 // xml
+#include "tarnu/xml/OrvaXml.h"
+#include "tarnu/xml/XmlNumbers.h"
 
 // archive
 

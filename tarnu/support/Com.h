@@ -18,6 +18,20 @@ Microsoft::WRL::ComPtr<T> Adopt(T* object) noexcept {
     return reference;
 }
 
+/// Asks an object for another of its interfaces; @p result is empty after a failure. The identifier is a parameter
+/// because __uuidof does not link for the DOM interfaces of mingw-w64.
+template <class T>
+HRESULT Ask(IUnknown* object, REFIID interfaceId, Microsoft::WRL::ComPtr<T>& result) noexcept {
+    result.Reset();
+    if (object == nullptr) return E_POINTER;
+    void* found = nullptr;
+    const HRESULT status = object->QueryInterface(interfaceId, &found);
+    if (FAILED(status)) return status;
+    if (found == nullptr) return E_NOINTERFACE;
+    *result.GetAddressOf() = static_cast<T*>(found);
+    return status;
+}
+
 } // namespace tarnu::support
 
 #endif // TARNU_SUPPORT_COM_H
