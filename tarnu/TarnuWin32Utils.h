@@ -30,6 +30,7 @@
 #include "tarnu/files/OrvaFileStream.h"
 #include "tarnu/files/OrvaFileTimes.h"
 #include "tarnu/files/OrvaStdioFile.h"
+#include "tarnu/files/OrvaTreeOperations.h"
 
 // memory
 

@@ -150,6 +150,8 @@ int OrvaEnsureDirectory(const wchar_t* path) {
         const std::wstring fullPath = FullPath(path);
         if (fullPath.empty()) return 1;
         if (IsDevice(fullPath)) return Failed(ERROR_INVALID_NAME);
+        constexpr std::size_t limit = MAX_PATH - 12; // a directory leaves room for a short name; Wine cuts longer ones
+        if (fullPath.size() >= limit) return Failed(ERROR_FILENAME_EXCED_RANGE);
         const int error = ::SHCreateDirectoryExW(/*hwnd=*/nullptr, fullPath.c_str(), nullptr);
         if (error == ERROR_SUCCESS) return 0;
         const DWORD attributes = ::GetFileAttributesW(fullPath.c_str());

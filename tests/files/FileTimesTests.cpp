@@ -182,8 +182,9 @@ TEST(FileTimes, LocalTimeNeverWrapsAtTheEnds) {
     };
     TIME_ZONE_INFORMATION zone{};
     ::GetTimeZoneInformation(&zone);
-    if (zone.Bias > 0) EXPECT_TRUE(refused(Fields(30827, 12, 31, 23, 59, 59)));
-    if (zone.Bias < 0) EXPECT_TRUE(refused(Fields(1601, 1, 1)));
+    if (zone.Bias != 0) {
+        EXPECT_TRUE(refused(zone.Bias > 0 ? Fields(30827, 12, 31, 23, 59, 59) : Fields(1601, 1, 1)));
+    }
 }
 
 TEST(FileTimes, TheDaylightRuleIsThatOfTheDateConverted) {

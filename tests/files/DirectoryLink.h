@@ -1,0 +1,78 @@
+/// @file
+/// A link to a directory, for tests, as far as the system can make one.
+#ifndef TARNU_TESTS_FILES_DIRECTORYLINK_H
+#define TARNU_TESTS_FILES_DIRECTORYLINK_H
+
+#include "support/Wait.h"
+#include "tarnu/support/Owners.h"
+
+#include <string>
+#include <utility>
+
+namespace tarnu::test {
+
+/// Makes a link to a directory and takes it away again. On Windows that is a symbolic link, which may take a privilege.
+/// Wine's own links can't be read back, so there the host's ln makes one; Wine shows it as a reparse point that it can
+/// neither read nor remove.
+class DirectoryLink {
+public:
+    DirectoryLink(std::wstring path, const std::wstring& target) : m_path(std::move(path)) {
+        if (IsWine()) {
+            RunOnHost(L"ln", L"-s " + HostPath(target) + L" " + HostPath(m_path));
+            WaitUntil([this] { return Exists(); });
+        } else {
+            ::CreateSymbolicLinkW(m_path.c_str(), target.c_str(), SYMBOLIC_LINK_FLAG_DIRECTORY);
+        }
+    }
+    ~DirectoryLink() {
+        if (!Exists()) return;
+        if (IsWine()) {
+            RunOnHost(L"rm", L"-f " + HostPath(m_path));
+            WaitUntil([this] { return !Exists(); });
+        } else {
+            ::RemoveDirectoryW(m_path.c_str());
+        }
+    }
+    DirectoryLink(const DirectoryLink&) = delete;
+    DirectoryLink& operator=(const DirectoryLink&) = delete;
+
+    /// The link is there.
+    bool Exists() const {
+        const DWORD attributes = ::GetFileAttributesW(m_path.c_str());
+        return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    }
+
+    static bool IsWine() { return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr; }
+
+private:
+    static std::wstring HostPath(const std::wstring& path) {
+        using GetUnixName = char*(CDECL*)(const wchar_t*);
+        const auto getUnixName = reinterpret_cast<GetUnixName>(
+            reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "wine_get_unix_file_name")));
+        char* name = getUnixName != nullptr ? getUnixName(path.c_str()) : nullptr;
+        if (name == nullptr) return {};
+        const std::string narrow(name);
+        ::HeapFree(::GetProcessHeap(), 0, name);
+        return std::wstring(narrow.begin(), narrow.end()); // test paths are ASCII
+    }
+
+    static void RunOnHost(const wchar_t* program, const std::wstring& arguments) {
+        const std::wstring path = std::wstring(L"\\\\?\\unix\\bin\\") + program;
+        std::wstring command = L"\"" + path + L"\" " + arguments;
+        STARTUPINFOW startup{};
+        startup.cb = sizeof(startup);
+        PROCESS_INFORMATION process{};
+        if (!::CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                              &process)) {
+            return;
+        }
+        const support::UniqueHandle processHandle(process.hProcess);
+        const support::UniqueHandle threadHandle(process.hThread);
+    }
+
+    std::wstring m_path;
+};
+
+} // namespace tarnu::test
+
+#endif // TARNU_TESTS_FILES_DIRECTORYLINK_H
