@@ -33,6 +33,10 @@
 #include "tarnu/files/OrvaTreeOperations.h"
 
 // memory
+#include "tarnu/memory/OrvaFixedBlockAllocator.h"
+#include "tarnu/memory/OrvaFixedBlockPool.h"
+#include "tarnu/memory/OrvaFixedBlockStdAllocator.h"
+#include "tarnu/memory/OrvaHeapGrowthProbe.h"
 
 // geometry: point strings, face and point readers
 
