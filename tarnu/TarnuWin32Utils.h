@@ -8,11 +8,11 @@
 // frame: message boxes, trace log, timer, progress
 #include "tarnu/frame/OrvaComErrorBox.h"
 #include "tarnu/frame/OrvaMessageBox.h"
-#include "tarnu/frame/OrvaRegistry.h"
-#include "tarnu/frame/OrvaTrace.h"
 #include "tarnu/frame/OrvaProgress.h"
 #include "tarnu/frame/OrvaProgressDisabler.h"
+#include "tarnu/frame/OrvaRegistry.h"
 #include "tarnu/frame/OrvaTimer.h"
+#include "tarnu/frame/OrvaTrace.h"
 
 // text
 #include "tarnu/text/OrvaStrings.h"
