@@ -1,0 +1,305 @@
+// Typed attributes: defaults, presence, limits, and numbers under the user's separators.
+
+#include "ForwardingDom.h"
+#include "tarnu/xml/OrvaXml.h"
+#include "tarnu/xml/XmlNumbers.h"
+
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <string>
+
+namespace {
+
+using namespace tarnu::test;
+
+class XmlAttributes : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_document = RealDocument(L"<r/>");
+        m_element = RootOf(m_document.Get());
+    }
+
+    /// The attribute as it stands in the document.
+    std::wstring Text(const wchar_t* name) { return OrvaXml::GetString(m_element.Get(), name).GetString(); }
+    void SetText(const wchar_t* name, const wchar_t* text) {
+        ASSERT_EQ(S_OK, OrvaXml::SetString(m_element.Get(), name, text));
+    }
+
+    ComScope m_com;
+    ComPtr<IXMLDOMDocument> m_document;
+    ComPtr<IXMLDOMElement> m_element;
+};
+
+std::wstring Separator(LCTYPE kind) {
+    wchar_t text[8] = {};
+    EXPECT_NE(0, ::GetLocaleInfoW(LOCALE_USER_DEFAULT, kind, text, 8));
+    return text;
+}
+
+/// The user's separators for a scope.
+class Separators {
+public:
+    Separators(const wchar_t* decimal, const wchar_t* thousands)
+        : m_decimal(Separator(LOCALE_SDECIMAL)), m_thousands(Separator(LOCALE_STHOUSAND)) {
+        Set(decimal, thousands);
+    }
+    ~Separators() { Set(m_decimal.c_str(), m_thousands.c_str()); }
+    Separators(const Separators&) = delete;
+    Separators& operator=(const Separators&) = delete;
+
+private:
+    static void Set(const wchar_t* decimal, const wchar_t* thousands) {
+        EXPECT_TRUE(::SetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_SDECIMAL, decimal));
+        EXPECT_TRUE(::SetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_STHOUSAND, thousands));
+    }
+
+    std::wstring m_decimal, m_thousands;
+};
+
+/// An element that can be read but not written.
+class ReadOnlyElement : public ForwardingElement {
+public:
+    using ForwardingElement::ForwardingElement;
+    STDMETHODIMP setAttribute(BSTR, VARIANT) override { return E_ACCESSDENIED; }
+};
+
+} // namespace
+
+TEST_F(XmlAttributes, StoreAndReturnEveryType) {
+    IXMLDOMElement* const element = m_element.Get();
+    for (const wchar_t* text : {L"", L"plain", L"<&\"'>", L"\xE4\x0416\xD83D\xDE00"}) {
+        EXPECT_EQ(S_OK, OrvaXml::SetString(element, L"s", text));
+        EXPECT_EQ(text, OrvaXml::GetString(element, L"s"));
+    }
+    for (const bool value : {true, false}) {
+        EXPECT_EQ(S_OK, OrvaXml::SetBool(element, L"b", value));
+        EXPECT_EQ(value, OrvaXml::GetBool(element, L"b"));
+        EXPECT_EQ(value ? L"-1" : L"0", Text(L"b"));
+    }
+    for (const std::int16_t value : {INT16_MIN, -1, 0, INT16_MAX}) {
+        EXPECT_EQ(S_OK, OrvaXml::SetInt16(element, L"i2", value));
+        EXPECT_EQ(value, OrvaXml::GetInt16(element, L"i2"));
+        EXPECT_EQ(std::to_wstring(value), Text(L"i2"));
+    }
+    for (const std::int32_t value : {INT32_MIN, -1, 0, INT32_MAX}) {
+        EXPECT_EQ(S_OK, OrvaXml::SetInt32(element, L"i4", value));
+        EXPECT_EQ(value, OrvaXml::GetInt32(element, L"i4"));
+    }
+    for (const std::int64_t value : {INT64_MIN, std::int64_t{-1}, std::int64_t{0}, INT64_MAX}) {
+        EXPECT_EQ(S_OK, OrvaXml::SetInt64(element, L"i8", value));
+        EXPECT_EQ(value, OrvaXml::GetInt64(element, L"i8"));
+        EXPECT_EQ(std::to_wstring(value), Text(L"i8"));
+    }
+    for (const std::uint32_t value : {0u, 2147483648u, UINT32_MAX}) {
+        EXPECT_EQ(S_OK, OrvaXml::SetUInt32(element, L"u4", value));
+        EXPECT_EQ(value, OrvaXml::GetUInt32(element, L"u4"));
+        EXPECT_EQ(std::to_wstring(value), Text(L"u4"));
+    }
+    for (const double value : {0.0, 1.5, -12345.678, 1e15}) {
+        EXPECT_EQ(S_OK, OrvaXml::SetDouble(element, L"d", value));
+        EXPECT_EQ(value, OrvaXml::GetDouble(element, L"d"));
+    }
+}
+
+TEST_F(XmlAttributes, GiveDefaultsAndReportPresence) {
+    IXMLDOMElement* const element = m_element.Get();
+    SetText(L"word", L"north");
+    SetText(L"wide", L"99999999999999999999");
+    SetText(L"empty", L"");
+    const struct {
+        IXMLDOMElement* element;
+        const wchar_t* name;
+        bool isText;
+    } cases[] = {{nullptr, L"word", false}, {element, L"missing", false}, {element, L"", false},
+                 {element, L"word", true},  {element, L"wide", true},     {element, L"empty", true}};
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
+        CString text = L"junk";
+        std::int16_t i2 = 7;
+        std::int32_t i4 = 7;
+        std::int64_t i8 = 7;
+        std::uint32_t u4 = 7;
+        double number = 7;
+        EXPECT_EQ(test.isText, OrvaXml::TryGetString(test.element, test.name, text));
+        EXPECT_EQ(!test.isText, text == L"junk");
+        EXPECT_FALSE(OrvaXml::TryGetInt16(test.element, test.name, i2));
+        EXPECT_FALSE(OrvaXml::TryGetInt32(test.element, test.name, i4));
+        EXPECT_FALSE(OrvaXml::TryGetInt64(test.element, test.name, i8));
+        EXPECT_FALSE(OrvaXml::TryGetUInt32(test.element, test.name, u4));
+        EXPECT_EQ(7, i2 + 0);
+        EXPECT_EQ(7, i4);
+        EXPECT_EQ(7, i8);
+        EXPECT_EQ(7u, u4);
+        EXPECT_EQ(0, OrvaXml::GetInt16(test.element, test.name));
+        EXPECT_EQ(0, OrvaXml::GetInt32(test.element, test.name));
+        EXPECT_EQ(0, OrvaXml::GetInt64(test.element, test.name));
+        EXPECT_EQ(0u, OrvaXml::GetUInt32(test.element, test.name));
+        if (std::wstring(test.name) == L"wide") continue; // a number too large for integers alone
+        bool flag = true;
+        EXPECT_FALSE(OrvaXml::TryGetBool(test.element, test.name, flag));
+        EXPECT_TRUE(flag);
+        EXPECT_FALSE(OrvaXml::GetBool(test.element, test.name));
+        EXPECT_FALSE(OrvaXml::TryGetDouble(test.element, test.name, number));
+        EXPECT_EQ(7, number);
+        EXPECT_EQ(0.0, OrvaXml::GetDouble(test.element, test.name));
+    }
+    SetText(L"n", L"40000");
+    EXPECT_EQ(0, OrvaXml::GetInt16(element, L"n")) << "beyond 16 bits";
+    EXPECT_EQ(40000, OrvaXml::GetInt32(element, L"n"));
+    SetText(L"n", L"-1");
+    EXPECT_EQ(0u, OrvaXml::GetUInt32(element, L"n")) << "below the unsigned range";
+    for (const wchar_t* text : {L"true", L"True", L"-1", L"2"}) {
+        SetText(L"b", text);
+        EXPECT_TRUE(OrvaXml::GetBool(element, L"b")) << text;
+    }
+    for (const HRESULT result : {OrvaXml::SetString(nullptr, L"a", L""), OrvaXml::SetBool(nullptr, L"a", true),
+                                 OrvaXml::SetInt64(nullptr, L"a", 1), OrvaXml::SetDouble(nullptr, L"a", 1),
+                                 OrvaXml::SetXmlDouble(nullptr, L"a", 1)})
+        EXPECT_EQ(E_POINTER, result);
+    EXPECT_TRUE(::OrvaIsWindowsXPOrLater());
+}
+
+TEST_F(XmlAttributes, SettersPassOnTheDocumentsAnswer) {
+    SetText(L"a", L"1.5");
+    const auto element = tarnu::support::Adopt<IXMLDOMElement>(new ReadOnlyElement(m_element));
+    for (const HRESULT result :
+         {OrvaXml::SetString(element.Get(), L"a", L"2"), OrvaXml::SetBool(element.Get(), L"a", true),
+          OrvaXml::SetInt16(element.Get(), L"a", 2), OrvaXml::SetInt32(element.Get(), L"a", 2),
+          OrvaXml::SetInt64(element.Get(), L"a", 2), OrvaXml::SetUInt32(element.Get(), L"a", 2),
+          OrvaXml::SetDouble(element.Get(), L"a", 2), OrvaXml::SetXmlDouble(element.Get(), L"a", 2)})
+        EXPECT_EQ(E_ACCESSDENIED, result);
+    EXPECT_EQ(1.5, OrvaXml::GetDouble(element.Get(), L"a"));
+}
+
+TEST_F(XmlAttributes, DoublesUnderOtherSeparators) {
+    const struct {
+        const wchar_t *decimal, *thousands;
+    } cases[] = {{L",", L"."}, {L",", L"\xA0"}, {L".", L"'"}, {L",", L","}, {L"abc", L" "}, {L".", L","}};
+    for (const auto& test : cases) {
+        SCOPED_TRACE(testing::Message() << test.decimal << " and " << test.thousands);
+        const Separators separators(test.decimal, test.thousands);
+        IXMLDOMElement* const element = m_element.Get();
+        const auto unchanged = [&] {
+            EXPECT_EQ(test.decimal, Separator(LOCALE_SDECIMAL));
+            EXPECT_EQ(test.thousands, Separator(LOCALE_STHOUSAND));
+        };
+        SetText(L"d", L"1.5");
+        EXPECT_EQ(1.5, OrvaXml::GetDouble(element, L"d"));
+        unchanged();
+        SetText(L"d", L"1,234.5");
+        EXPECT_EQ(1234.5, OrvaXml::GetDouble(element, L"d"));
+        unchanged();
+        SetText(L"d", L"no number");
+        EXPECT_EQ(0.0, OrvaXml::GetDouble(element, L"d"));
+        unchanged();
+        EXPECT_EQ(0.0, OrvaXml::GetDouble(element, L"missing"));
+        unchanged();
+
+        // The plain setter writes as the user does, the one for XML never.
+        EXPECT_EQ(S_OK, OrvaXml::SetDouble(element, L"d", 1.5));
+        EXPECT_EQ(std::wstring(L"1") + test.decimal + L"5", Text(L"d"));
+        EXPECT_EQ(S_OK, OrvaXml::SetXmlDouble(element, L"d", 1.5));
+        EXPECT_EQ(L"1.5", Text(L"d"));
+        double value = 0;
+        EXPECT_TRUE(OrvaXml::TryGetDouble(element, L"d", value));
+        EXPECT_EQ(1.5, value);
+        unchanged();
+    }
+}
+
+TEST_F(XmlAttributes, XmlDoublesAreExact) {
+    const auto bits = [](double value) {
+        std::uint64_t pattern;
+        std::memcpy(&pattern, &value, sizeof(pattern));
+        return pattern;
+    };
+    using Limits = std::numeric_limits<double>;
+    std::vector<double> values = {0.0,
+                                  -0.0,
+                                  0.1,
+                                  1.0 / 3.0,
+                                  5e-324,
+                                  Limits::min(),
+                                  Limits::max(),
+                                  Limits::lowest(),
+                                  4503599627370497.5,
+                                  1e22,
+                                  1e23,
+                                  Limits::infinity(),
+                                  -Limits::infinity()};
+    std::mt19937_64 random(20240229);
+    while (values.size() < 2000) {
+        const std::uint64_t pattern = random();
+        double value;
+        std::memcpy(&value, &pattern, sizeof(value));
+        if (std::isfinite(value)) values.push_back(value);
+    }
+    for (const double value : values) {
+        ASSERT_EQ(S_OK, OrvaXml::SetXmlDouble(m_element.Get(), L"d", value));
+        double read = 7;
+        ASSERT_TRUE(OrvaXml::TryGetDouble(m_element.Get(), L"d", read)) << Text(L"d");
+        ASSERT_EQ(bits(value), bits(read)) << Text(L"d");
+    }
+    ASSERT_EQ(S_OK, OrvaXml::SetXmlDouble(m_element.Get(), L"d", -Limits::infinity()));
+    EXPECT_EQ(L"-INF", Text(L"d"));
+    ASSERT_EQ(S_OK, OrvaXml::SetXmlDouble(m_element.Get(), L"d", Limits::quiet_NaN()));
+    EXPECT_EQ(L"NaN", Text(L"d"));
+    double read = 0;
+    EXPECT_TRUE(OrvaXml::TryGetDouble(m_element.Get(), L"d", read));
+    EXPECT_TRUE(std::isnan(read));
+}
+
+TEST(XmlNumbers, ReadTheXmlFormAlone) {
+    const struct {
+        const wchar_t* text;
+        double value;
+    } good[] = {{L"0", 0},
+                {L"+1", 1},
+                {L" \t\r\n-2.5 ", -2.5},
+                {L".5", 0.5},
+                {L"5.", 5},
+                {L"1e3", 1000},
+                {L"1E+3", 1000},
+                {L"1.5e-3", 0.0015},
+                {L"007", 7},
+                {L"+.5", 0.5},
+                {L"+INF", INFINITY},
+                {L"-INF", -INFINITY},
+                {L"9007199254740993", 9007199254740992.0}};
+    for (const auto& test : good) {
+        double value = 99;
+        EXPECT_TRUE(tarnu::ParseXmlDouble(test.text, value)) << test.text;
+        EXPECT_EQ(test.value, value) << test.text;
+    }
+    for (const wchar_t* text : {static_cast<const wchar_t*>(nullptr),
+                                L"",
+                                L" ",
+                                L"+",
+                                L"-",
+                                L".",
+                                L"e5",
+                                L"1e",
+                                L"1e+",
+                                L"--1",
+                                L"+-1",
+                                L"-+1",
+                                L"1,5",
+                                L"1 2",
+                                L"1.2.3",
+                                L"0x10",
+                                L"inf",
+                                L"Infinity",
+                                L"nan",
+                                L"nan(1)",
+                                L"1e400",
+                                L"1d",
+                                L"\x0661",
+                                L"1\xA0"}) {
+        double value = 99;
+        EXPECT_FALSE(tarnu::ParseXmlDouble(text, value)) << (text == nullptr ? L"null" : text);
+        EXPECT_EQ(99, value);
+    }
+}
