@@ -24,6 +24,9 @@
 // filesystem: walkers, modification tracking, file events, folder picker
 #include "tarnu/filesystem/OrvaFileModifiedManager.h"
 #include "tarnu/filesystem/OrvaFileModifiedStatus.h"
+#include "tarnu/filesystem/OrvaFileEventListener.h"
+#include "tarnu/filesystem/OrvaFileEventMessages.h"
+#include "tarnu/filesystem/OrvaFileEventServer.h"
 
 // files: operations on files and trees, report file, stream
 #include "tarnu/files/OrvaFileOperations.h"

@@ -88,7 +88,7 @@ DWORD OrvaSynchronizedSelector::TestEach(const HANDLE* handles, std::size_t coun
 // Waits on the handles from m_first on, and moves m_first behind the one that is reported, or behind them all.
 DWORD OrvaSynchronizedSelector::WaitForGroup(std::size_t count, DWORD milliseconds, bool alertable,
                                              HANDLE& handle) noexcept {
-    HANDLE handles[groupSize];
+    HANDLE handles[groupSize] = {};
     for (std::size_t index = 0; index < count; ++index)
         handles[index] = m_order[(m_first + index) % m_order.size()];
     std::size_t index = count - 1;

@@ -16,7 +16,7 @@ namespace {
 using support::UniqueHandle;
 
 struct Message : OrvaMessage {
-    explicit Message(int poster = 0, int number = 0) : poster(poster), number(number) {}
+    explicit Message(int sender = 0, int place = 0) : poster(sender), number(place) {}
     int poster;
     int number;
 };

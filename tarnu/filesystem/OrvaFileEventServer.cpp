@@ -1,0 +1,171 @@
+#include "tarnu/filesystem/OrvaFileEventServer.h"
+
+#include "tarnu/filesystem/OrvaFileEventMessages.h"
+#include "tarnu/filesystem/OrvaFileEventServerInternal.h"
+#include "tarnu/support/Errors.h"
+
+#include <iterator>
+#include <new>
+
+using tarnu::FileRecord;
+
+namespace {
+
+using ListenerSlot = void (OrvaFileEventListener::*)(OrvaFileEventCookie);
+
+/// By the bits of the change mask.
+constexpr ListenerSlot changeSlots[] = {
+    &OrvaFileEventListener::OnFileNameChanged,   &OrvaFileEventListener::OnDirNameChanged,
+    &OrvaFileEventListener::OnAttributesChanged, &OrvaFileEventListener::OnSizeChanged,
+    &OrvaFileEventListener::OnLastWriteChanged,  &OrvaFileEventListener::OnLastAccessChanged,
+};
+
+/// The worker uses the path later, when another directory may be the current one.
+OrvaPath MakeFull(const wchar_t* path) {
+    OrvaPath full(path);
+    const DWORD size = ::GetFullPathNameW(path, /*nBufferLength=*/0, nullptr, nullptr);
+    if (size == 0 || *path == L'\0') return full;
+    CString text;
+    const DWORD length = ::GetFullPathNameW(path, size, text.GetBuffer(static_cast<int>(size)), nullptr);
+    const bool isComplete = length != 0 && length < size;
+    text.ReleaseBuffer(isComplete ? static_cast<int>(length) : 0);
+    if (isComplete) full = text;
+    return full;
+}
+
+} // namespace
+
+OrvaFileEventServer* OrvaGetFileEventServer() {
+    static OrvaFileEventServerImpl server;
+    return &server;
+}
+
+// The window-message server is asked for first: it is destroyed after this one.
+OrvaFileEventServerImpl::OrvaFileEventServerImpl() noexcept : m_messages(OrvaGetWndMsgServer()), m_worker(*m_messages) {
+    Start();
+}
+
+OrvaFileEventServerImpl::~OrvaFileEventServerImpl() {
+    if (m_worker.IsRunning()) OrvaFileEventServerImpl::Stop();
+    // Stopping has left the callbacks registered. The object behind them is going; from the last one on, each removal
+    // is one step.
+    for (UINT index = m_registeredCount; index-- > 0;)
+        m_messages->RemoveCallback(tarnu::WM_FILE_NOTIFY + index, m_firstCookie + index);
+    for (const Registrations* registrations : {&m_registrations, &m_ended}) {
+        for (const auto& [record, registration] : *registrations)
+            delete record;
+    }
+}
+
+void OrvaFileEventServerImpl::Start() noexcept {
+    if (m_worker.IsRunning()) return;
+    for (UINT index = 0; index < registrationCount; ++index) {
+        if (FAILED(m_messages->RegisterCallback(tarnu::WM_FILE_NOTIFY + index, m_cookies[index], this))) return;
+        if (index == 0) m_firstCookie = m_cookies[0]; // the others follow in a row
+        ++m_registeredCount;
+    }
+    m_worker.Start();
+}
+
+HRESULT OrvaFileEventServerImpl::RegisterFile(const wchar_t* path, DWORD filter, OrvaFileEventListener* listener,
+                                              OrvaFileEventCookie& cookie) {
+    cookie = nullptr;
+    if (path == nullptr || listener == nullptr) return E_POINTER;
+    if (!m_worker.IsRunning()) return E_FAIL;
+    SendUnregistrations();
+    try {
+        auto record = std::make_unique<FileRecord>(MakeFull(path), filter);
+        const auto entered = m_registrations.emplace(record.get(), Registration{listener, m_lastNumber + 1}).first;
+        if (!m_worker.Post(tarnu::WM_REGISTER_FILE, /*wParam=*/0, reinterpret_cast<LPARAM>(record.get()))) {
+            const HRESULT result = tarnu::support::HresultFromLastError();
+            m_registrations.erase(entered);
+            return result;
+        }
+        ++m_lastNumber;
+        cookie = record.release(); // the worker's now
+        return S_OK;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    }
+}
+
+HRESULT OrvaFileEventServerImpl::UnregisterFile(OrvaFileEventCookie cookie) {
+    const auto found = m_registrations.find(static_cast<FileRecord*>(cookie));
+    if (found == m_registrations.end()) return S_OK;
+    FileRecord* const record = found->first;
+    m_ended.insert(m_registrations.extract(found));
+    if (m_worker.IsRunning()) {
+        try {
+            m_unsent.push_back(record);
+            SendUnregistrations();
+        } catch (const std::bad_alloc&) {
+            m_worker.Post(tarnu::WM_UNREGISTER_FILE, /*wParam=*/0, reinterpret_cast<LPARAM>(record));
+        }
+    }
+    return S_OK;
+}
+
+/// Tells the worker of the ended registrations, as many as its queue takes.
+void OrvaFileEventServerImpl::SendUnregistrations() noexcept {
+    auto next = m_unsent.begin();
+    while (next != m_unsent.end() &&
+           m_worker.Post(tarnu::WM_UNREGISTER_FILE, /*wParam=*/0, reinterpret_cast<LPARAM>(*next))) {
+        ++next;
+    }
+    m_unsent.erase(m_unsent.begin(), next);
+}
+
+int OrvaFileEventServerImpl::Stop() {
+    const bool isStopped = m_worker.Stop();
+    for (UINT& cookie : m_cookies) {
+        // Hosts rely on the callbacks staying registered: see OrvaWndMsgServer::UnregisterCallback.
+        if (cookie != 0) m_messages->UnregisterCallback(cookie);
+        cookie = 0;
+    }
+    return isStopped ? 1 : 0;
+}
+
+bool OrvaFileEventServerImpl::IsRegistered(FileRecord* record, UINT64 number) const noexcept {
+    const auto found = m_registrations.find(record);
+    return found != m_registrations.end() && found->second.number == number;
+}
+
+HRESULT OrvaFileEventServerImpl::OnMessage(OrvaWndMsgServer::MessageRecord& message) {
+    if (!m_unsent.empty()) SendUnregistrations();
+    auto* const record = reinterpret_cast<FileRecord*>(message.lParam); // looked up before it is touched
+    if (message.message == tarnu::WM_UNREGISTER_FILE) {
+        // Nothing that carries this address is on its way any more: it may be used again.
+        if (m_ended.erase(record) != 0) delete record;
+        return S_OK;
+    }
+    const auto found = m_registrations.find(record);
+    if (found == m_registrations.end()) return S_OK;
+    OrvaFileEventListener* const listener = found->second.listener;
+    switch (message.message) {
+    case tarnu::WM_FILE_NOTIFY:
+        Notify(record, static_cast<DWORD>(message.wParam));
+        break;
+    case tarnu::WM_REGISTERED_FILE:
+        listener->OnRegistered(record);
+        break;
+    case tarnu::WM_UNREGISTERED_FILE:
+        listener->OnUnregistered(record);
+        break;
+    case tarnu::WM_REPORT_ERROR:
+        listener->OnError(record, static_cast<DWORD>(message.wParam));
+        break;
+    default:
+        break;
+    }
+    return S_OK;
+}
+
+/// Each call may end this registration, and, by pumping messages, even give its address to another one.
+void OrvaFileEventServerImpl::Notify(FileRecord* record, DWORD mask) {
+    const Registration registration = m_registrations.find(record)->second;
+    for (std::size_t bit = 0; bit < std::size(changeSlots); ++bit) {
+        if ((mask & (1u << bit)) == 0) continue;
+        if (!IsRegistered(record, registration.number)) return;
+        (registration.listener->*changeSlots[bit])(record);
+    }
+}
