@@ -14,11 +14,19 @@ namespace orva {
 
 // One declaration and one entry of the table per command, in the order in which the help lists them.
 
+void AddCopyCommand(CLI::App& program, Action& action);
+void AddMoveCommand(CLI::App& program, Action& action);
+void AddDeleteCommand(CLI::App& program, Action& action);
+void AddReportCommand(CLI::App& program, Action& action);
+void AddModifiedCommand(CLI::App& program, Action& action);
+
 namespace {
 
 using AddCommand = void (*)(CLI::App& program, Action& action);
 
-constexpr AddCommand commands[] = {nullptr};
+constexpr AddCommand commands[] = {
+    nullptr, &AddCopyCommand, &AddMoveCommand, &AddDeleteCommand, &AddReportCommand, &AddModifiedCommand,
+};
 
 int Run(const std::vector<std::string>& arguments) {
     CLI::App program("orva: folders, paths, archives and survey data from the command line", "orva");
