@@ -19,13 +19,15 @@ void AddMoveCommand(CLI::App& program, Action& action);
 void AddDeleteCommand(CLI::App& program, Action& action);
 void AddReportCommand(CLI::App& program, Action& action);
 void AddModifiedCommand(CLI::App& program, Action& action);
+void AddWatchCommand(CLI::App& program, Action& action);
 
 namespace {
 
 using AddCommand = void (*)(CLI::App& program, Action& action);
 
 constexpr AddCommand commands[] = {
-    nullptr, &AddCopyCommand, &AddMoveCommand, &AddDeleteCommand, &AddReportCommand, &AddModifiedCommand,
+    nullptr,           &AddCopyCommand,     &AddMoveCommand,  &AddDeleteCommand,
+    &AddReportCommand, &AddModifiedCommand, &AddWatchCommand,
 };
 
 int Run(const std::vector<std::string>& arguments) {
