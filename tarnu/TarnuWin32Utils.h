@@ -42,6 +42,12 @@
 #include "tarnu/memory/OrvaHeapGrowthProbe.h"
 
 // geometry: point strings, face and point readers
+#include "tarnu/geometry/OrvaPointMarker.h"
+#include "tarnu/geometry/OrvaPointNumbers.h"
+#include "tarnu/geometry/OrvaPointRanges.h"
+#include "tarnu/geometry/OrvaPointString.h"
+#include "tarnu/geometry/OrvaSortedPointString.h"
+#include "tarnu/geometry/OrvaUnsortedPointString.h"
 
 // messaging: callbacks, subclassing, window-message server, server thread
 #include "tarnu/messaging/OrvaCallback.h"

@@ -1,0 +1,60 @@
+/// @file
+/// OrvaPointMarker: a growing set of point numbers, one bit per number.
+#ifndef TARNU_GEOMETRY_ORVAPOINTMARKER_H
+#define TARNU_GEOMETRY_ORVAPOINTMARKER_H
+
+#include "tarnu/framework/framework.h"
+
+#include <cstdint>
+
+/// A bit array over point numbers from a base number upwards.
+///
+/// Numbers above 0xFFFFFBFF are never held; neither are numbers below the base.
+///
+/// Threads: one object belongs to one thread at a time.
+/// Ownership: owns its block of bits.
+class TARNU_API OrvaPointMarker {
+public:
+    /// An empty set whose bit 0 stands for @p base.
+    explicit OrvaPointMarker(UINT base) noexcept : m_base(base) {}
+    virtual ~OrvaPointMarker();
+    OrvaPointMarker(const OrvaPointMarker&) = delete;
+    OrvaPointMarker& operator=(const OrvaPointMarker&) = delete;
+
+    /// Holds exactly @p bits numbers from the base on. Whole new bytes are cleared; a byte that was held before, even
+    /// in part, keeps its content.
+    /// @return false, and nothing changed, when base + bits exceeds 0xFFFFFFFF or memory runs out
+    BOOL Resize(std::uint64_t bits) noexcept;
+    /// Empties the set and frees its block.
+    void Reset() noexcept { Resize(0); }
+
+    /// Puts a number into the set, which grows to hold it and 1023 more. Ignored above 0xFFFFFBFF, below the base and
+    /// when memory runs out.
+    void Mark(UINT number) noexcept;
+    /// Takes a number out of the set; grows and ignores as Mark does.
+    void Unmark(UINT number) noexcept;
+    BOOL IsMarked(UINT number) const noexcept;
+
+    /// The base.
+    UINT GetFirst() const noexcept { return m_base; }
+    /// One past the last number that is held.
+    UINT GetEnd() const noexcept { return static_cast<UINT>(m_base + m_bitCount); }
+
+    /// Bits by zero-based index, which is not checked: it must be less than the size.
+    void SetBit(std::uint64_t index) noexcept;
+    void ClearBit(std::uint64_t index) noexcept;
+    BOOL TestBit(std::uint64_t index) const noexcept;
+
+private:
+    friend class OrvaSortedPointString; // reads whole words
+
+    /// The zero-based bit of a number, after growth when it lies behind the end; false when it cannot be held.
+    bool Reach(UINT number, std::uint64_t& index) noexcept;
+
+    std::uint8_t* m_bits = nullptr; ///< bit k of byte k / 8, least significant first; from realloc
+    std::uint64_t m_bitCount = 0;   ///< numbers held
+    UINT m_base;                    ///< the number of bit 0
+    std::uint64_t m_capacity = 0;   ///< bytes of the block, at least those that m_bitCount takes
+};
+
+#endif // TARNU_GEOMETRY_ORVAPOINTMARKER_H

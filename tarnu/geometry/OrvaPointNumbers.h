@@ -1,0 +1,49 @@
+/// @file
+/// tarnu::OrvaPointNumbers: the numbers of a point string for range-for.
+#ifndef TARNU_GEOMETRY_ORVAPOINTNUMBERS_H
+#define TARNU_GEOMETRY_ORVAPOINTNUMBERS_H
+
+#include "tarnu/geometry/OrvaPointString.h"
+
+#include <cstddef>
+#include <iterator>
+
+namespace tarnu {
+
+/// The numbers of a point string, up to its end or first bad token. The walk is the string's own: begin() starts it
+/// anew, and only one is under way at a time. Refers to the string, which must outlive it.
+///
+///     for (UINT number : tarnu::OrvaPointNumbers(points)) Use(number);
+class OrvaPointNumbers {
+public:
+    class Iterator {
+    public:
+        using iterator_concept = std::input_iterator_tag;
+        using value_type = UINT;
+        using difference_type = std::ptrdiff_t;
+
+        explicit Iterator(OrvaPointString& points) : m_points(&points) { points.GetFirst(&m_number); }
+        UINT operator*() const noexcept { return m_number; }
+        Iterator& operator++() {
+            m_points->GetNext(&m_number);
+            return *this;
+        }
+        void operator++(int) { ++*this; }
+        bool operator==(std::default_sentinel_t) const { return m_points->IsDone() != FALSE; }
+
+    private:
+        OrvaPointString* m_points;
+        UINT m_number = 0;
+    };
+
+    explicit OrvaPointNumbers(OrvaPointString& points) noexcept : m_points(points) {}
+    Iterator begin() const { return Iterator(m_points); }
+    std::default_sentinel_t end() const noexcept { return {}; }
+
+private:
+    OrvaPointString& m_points;
+};
+
+} // namespace tarnu
+
+#endif // TARNU_GEOMETRY_ORVAPOINTNUMBERS_H

@@ -1,0 +1,58 @@
+/// @file
+/// tarnu::OrvaPointRanges: the ranges of a point string for range-for.
+#ifndef TARNU_GEOMETRY_ORVAPOINTRANGES_H
+#define TARNU_GEOMETRY_ORVAPOINTRANGES_H
+
+#include "tarnu/geometry/OrvaPointString.h"
+
+#include <cstddef>
+#include <iterator>
+
+namespace tarnu {
+
+/// The ranges of a point string, a single number being one of length 1, up to its end or first bad token. The walk is
+/// the string's own: begin() starts it anew, and only one is under way at a time. Refers to the string, which must
+/// outlive it.
+///
+///     for (const auto [start, end] : tarnu::OrvaPointRanges(points)) Use(start, end); // downward: start > end
+class OrvaPointRanges {
+public:
+    /// First and last number; the first is the higher one in a downward range.
+    struct Range {
+        UINT start = 0;
+        UINT end = 0;
+    };
+
+    class Iterator {
+    public:
+        using iterator_concept = std::input_iterator_tag;
+        using value_type = Range;
+        using difference_type = std::ptrdiff_t;
+
+        explicit Iterator(OrvaPointString& points) : m_points(&points) {
+            points.GetFirstRange(&m_range.start, &m_range.end);
+        }
+        Range operator*() const noexcept { return m_range; }
+        Iterator& operator++() {
+            m_points->GetNextRange(&m_range.start, &m_range.end);
+            return *this;
+        }
+        void operator++(int) { ++*this; }
+        bool operator==(std::default_sentinel_t) const { return m_points->IsDone() != FALSE; }
+
+    private:
+        OrvaPointString* m_points;
+        Range m_range;
+    };
+
+    explicit OrvaPointRanges(OrvaPointString& points) noexcept : m_points(points) {}
+    Iterator begin() const { return Iterator(m_points); }
+    std::default_sentinel_t end() const noexcept { return {}; }
+
+private:
+    OrvaPointString& m_points;
+};
+
+} // namespace tarnu
+
+#endif // TARNU_GEOMETRY_ORVAPOINTRANGES_H

@@ -1,0 +1,423 @@
+#include "tarnu/geometry/OrvaPointString.h"
+
+#include "tarnu/geometry/PointNumberSetInternal.h"
+#include "tarnu/geometry/PointTextWriterInternal.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cwchar>
+#include <cwctype>
+#include <iterator>
+
+using tarnu::support::PointNumberSet;
+using tarnu::support::PointSequenceWriter;
+using tarnu::support::PointTextWriter;
+
+namespace {
+
+constexpr std::uint64_t lastNumber = 0xFFFFFFFE;
+
+/// What CString trims.
+bool IsSpace(wchar_t character) noexcept {
+    if (character < 0x80) return character == L' ' || (character >= L'\t' && character <= L'\r');
+    return std::iswspace(character) != 0;
+}
+
+bool IsDigit(wchar_t character) noexcept {
+    return character >= L'0' && character <= L'9';
+}
+
+/// Reads digits and moves behind them. The text ends in a character that is no digit. The value stops growing once it
+/// is out of range.
+std::uint64_t ReadDigits(const wchar_t*& text) noexcept {
+    std::uint64_t value = 0;
+    for (; IsDigit(*text); ++text) {
+        if (value <= lastNumber) value = value * 10 + static_cast<std::uint64_t>(*text - L'0');
+    }
+    return value;
+}
+
+/// The point number of a value, 0 when it is out of range.
+UINT ToNumber(std::uint64_t value) noexcept {
+    return value > lastNumber ? 0 : static_cast<UINT>(value);
+}
+
+/// Writes the numbers of a range that the set does not hold, in the range's direction. The set can hold neither 0 nor
+/// the numbers above its last.
+void WriteFree(PointSequenceWriter& out, const PointNumberSet& set, std::uint64_t start, std::uint64_t end) {
+    const auto add = [&out](std::uint64_t from, std::uint64_t to) {
+        out.AddRun(static_cast<UINT>(from), static_cast<UINT>(to));
+    };
+    if (start == 0 || std::min(start, end) > PointNumberSet::last) return add(start, end);
+    if (start <= end) {
+        const std::uint64_t high = std::min<std::uint64_t>(end, PointNumberSet::last);
+        for (std::uint64_t from = set.NextFree(start, high); from <= high;) {
+            const std::uint64_t next = std::min(set.NextHeld(from, high), high + 1);
+            add(from, next - 1);
+            from = set.NextFree(next, high);
+        }
+        if (end > high) add(high + 1, end);
+    } else {
+        const std::uint64_t high = std::min<std::uint64_t>(start, PointNumberSet::last);
+        if (start > high) add(start, high + 1);
+        for (std::uint64_t from = set.PreviousFree(high, end); from >= end;) {
+            const std::uint64_t next = std::max(set.PreviousHeld(from, end), end - 1);
+            add(from, next + 1);
+            from = set.PreviousFree(next, end);
+        }
+    }
+}
+
+} // namespace
+
+UINT OrvaPointStringParseNumber(const wchar_t* text) noexcept {
+    if (text == nullptr) return 0;
+    while (IsSpace(*text))
+        ++text;
+    // One expects wcstoul's signs: they give 0, since hosts rely on a dash never being part of a number.
+    if (*text == L'-' || *text == L'+') return 0;
+    return ToNumber(std::wcstoul(text, nullptr, 10));
+}
+
+OrvaPointString::OrvaPointString() = default;
+
+OrvaPointString::OrvaPointString(const wchar_t* text) : m_text(text) {}
+
+OrvaPointString::OrvaPointString(const CString& text) : m_text(text) {}
+
+OrvaPointString::OrvaPointString(const OrvaPointString& other)
+    : m_text(other.m_text)
+    , m_walk(other.m_walk)
+    , m_position(other.m_position)
+    , m_walkEnd(other.m_walkEnd)
+    , m_label(other.m_label)
+    , m_tokenStart(other.m_tokenStart)
+    , m_tokenEnd(other.m_tokenEnd)
+    , m_rangeStart(other.m_rangeStart)
+    , m_rangeEnd(other.m_rangeEnd)
+    , m_current(other.m_current)
+    , m_done(other.m_done)
+    , m_descending(other.m_descending)
+    , m_error(other.m_error)
+    , m_count(other.m_count) {
+    std::copy(std::begin(other.m_numberBuffer), std::end(other.m_numberBuffer), m_numberBuffer);
+}
+
+OrvaPointString& OrvaPointString::operator=(const OrvaPointString& other) {
+    Assign(other);
+    return *this;
+}
+
+OrvaPointString::~OrvaPointString() = default;
+
+void OrvaPointString::ResetWalk() noexcept {
+    m_walk.Empty();
+    m_position = m_walkEnd = m_tokenStart = m_tokenEnd = 0;
+    m_rangeStart = m_rangeEnd = m_current = m_count = 0;
+    m_done = m_descending = m_error = FALSE;
+    m_numberBuffer[0] = 0;
+}
+
+void OrvaPointString::Assign(const OrvaPointString& other) {
+    if (this == &other) return;
+    m_text = other.m_text;
+    m_label.Empty();
+    ResetWalk();
+    m_modified = TRUE;
+}
+
+void OrvaPointString::SetText(const CString& text) {
+    m_text = text;
+    ResetWalk();
+    m_modified = TRUE;
+}
+
+// The walk
+
+bool OrvaPointString::StartWalk() {
+    m_error = m_done = m_descending = FALSE;
+    m_walk = m_text;
+    m_tokenStart = m_tokenEnd = 0;
+    m_position = 0;
+    m_walkEnd = m_walk.GetLength();
+    const wchar_t* const text = m_walk.GetString();
+    while (m_walkEnd > 0 && IsSpace(text[m_walkEnd - 1]))
+        --m_walkEnd;
+    while (m_position < m_walkEnd && IsSpace(text[m_position]))
+        ++m_position;
+    if (m_position == m_walkEnd) {
+        m_done = TRUE;
+        return false;
+    }
+    m_rangeStart = m_rangeEnd = m_current = 0;
+    CutToken();
+    return true;
+}
+
+void OrvaPointString::Fail() noexcept {
+    m_error = m_done = TRUE;
+}
+
+void OrvaPointString::AcceptRange(UINT start, UINT end) noexcept {
+    m_rangeStart = start;
+    m_rangeEnd = end;
+    if (start == 0 || end == 0) Fail();
+}
+
+void OrvaPointString::CutToken() noexcept {
+    const wchar_t* const text = m_walk.GetString();
+    const wchar_t* const end = text + m_walkEnd;
+    const wchar_t* cursor = text + m_position;
+    // The rest never begins with white space: an item is empty when it begins with the comma behind it.
+    const auto skipComma = [end](const wchar_t* comma) {
+        do
+            ++comma;
+        while (comma != end && IsSpace(*comma));
+        return comma;
+    };
+    if (cursor == end) {
+        m_done = TRUE;
+        return;
+    }
+    while (*cursor == L',') {
+        cursor = skipComma(cursor);
+        if (cursor == end) {
+            m_position = m_tokenStart = m_tokenEnd = m_walkEnd;
+            m_done = TRUE;
+            return;
+        }
+    }
+    const wchar_t* const token = cursor;
+    m_tokenStart = static_cast<int>(token - text);
+
+    // Nearly every token is digits, or digits, a dash and digits, up to a comma or the end. What stands at the end is
+    // white space or the terminator, so the digits need no check against it.
+    const std::uint64_t first = ReadDigits(cursor);
+    const wchar_t* const firstEnd = cursor;
+    if (firstEnd != token) {
+        bool isRange = false;
+        std::uint64_t second = first;
+        if (cursor != end && *cursor == L'-') {
+            ++cursor;
+            isRange = IsDigit(*cursor);
+            second = ReadDigits(cursor);
+        }
+        if ((isRange || cursor == firstEnd) && (cursor == end || *cursor == L',')) {
+            m_tokenEnd = static_cast<int>(cursor - text);
+            m_position = static_cast<int>((cursor == end ? end : skipComma(cursor)) - text);
+            AcceptRange(ToNumber(first), ToNumber(second));
+            if (isRange) m_descending = m_rangeStart > m_rangeEnd;
+            return;
+        }
+    }
+
+    const wchar_t* const comma = std::find(token, end, L',');
+    const wchar_t* tokenEnd = comma;
+    while (IsSpace(tokenEnd[-1]))
+        --tokenEnd;
+    m_tokenEnd = static_cast<int>(tokenEnd - text);
+    m_position = static_cast<int>((comma == end ? end : skipComma(comma)) - text);
+    CheckToken(m_tokenStart, m_tokenEnd);
+}
+
+void OrvaPointString::CheckToken(int start, int end) noexcept {
+    enum { notBegun, inDigits, ended } firstNumber = notBegun, secondNumber = notBegun;
+    bool dash = false;
+    bool comparison = false;
+    const wchar_t* const text = m_walk.GetString();
+    int dashAt = start;
+    for (int index = start; index < end; ++index) {
+        const wchar_t character = text[index];
+        bool allowed = false;
+        if (character == L' ') {
+            if (firstNumber == inDigits) firstNumber = ended;
+            if (secondNumber == inDigits) secondNumber = ended;
+            allowed = true;
+        } else if (character == L'-') {
+            allowed = firstNumber != notBegun && secondNumber == notBegun && !dash && !comparison;
+            firstNumber = ended;
+            dash = true;
+            dashAt = index;
+        } else if (IsDigit(character)) {
+            allowed = true;
+            if (firstNumber == notBegun) {
+                firstNumber = inDigits;
+            } else if (firstNumber == ended) {
+                allowed = dash && !comparison && secondNumber != ended;
+                secondNumber = inDigits;
+            }
+        } else if (character == L'<' || character == L'>') {
+            allowed = firstNumber == notBegun && secondNumber == notBegun && !dash;
+            comparison = true;
+        } else if (character == L'=') {
+            allowed = comparison && firstNumber == notBegun && secondNumber == notBegun && !dash;
+        }
+        if (!allowed) return Fail();
+    }
+    if (comparison) {
+        // One expects "<5" to be refused or to name numbers; it names the number 0. Hosts rely on it to let such filter
+        // texts through validation.
+        m_rangeStart = m_rangeEnd = 0;
+        return;
+    }
+    const auto convert = [text](int from) {
+        while (IsSpace(text[from]))
+            ++from;
+        const wchar_t* digits = text + from;
+        return ToNumber(ReadDigits(digits));
+    };
+    const UINT first = convert(start);
+    // Without digits behind the dash the conversion ends at once, at the comma or the end of the text.
+    AcceptRange(first, dash ? (secondNumber == notBegun ? 0 : convert(dashAt + 1)) : first);
+    if (dash) m_descending = m_rangeStart > m_rangeEnd;
+}
+
+void OrvaPointString::GetFirst(UINT* number) {
+    if (!StartWalk()) return;
+    m_current = m_rangeStart;
+    if (number != nullptr) *number = m_current;
+}
+
+void OrvaPointString::GetNext(UINT* number) {
+    if (m_descending && m_current > m_rangeEnd) {
+        --m_current;
+    } else if (!m_descending && m_current < m_rangeEnd) {
+        ++m_current;
+    } else {
+        CutToken();
+        m_current = m_rangeStart;
+    }
+    if (number != nullptr) *number = m_current;
+}
+
+void OrvaPointString::GetFirstRange(UINT* start, UINT* end) {
+    if (!StartWalk()) return;
+    if (start != nullptr) *start = m_rangeStart;
+    if (end != nullptr) *end = m_rangeEnd;
+}
+
+void OrvaPointString::GetNextRange(UINT* start, UINT* end) {
+    CutToken();
+    if (start != nullptr) *start = m_rangeStart;
+    if (end != nullptr) *end = m_rangeEnd;
+}
+
+BOOL OrvaPointString::IsDone() const {
+    return m_done;
+}
+
+BOOL OrvaPointString::IsValid() {
+    if (m_error) {
+        m_error = FALSE;
+        return FALSE;
+    }
+    StartWalk();
+    while (!m_done)
+        CutToken();
+    const BOOL valid = !m_error;
+    m_error = FALSE;
+    return valid;
+}
+
+UINT OrvaPointString::GetCount() {
+    m_count = 0;
+    StartWalk();
+    for (; !m_done; CutToken()) {
+        // One expects the length of a downward range; its difference wraps. Hosts rely on the sum as it is.
+        m_count += m_rangeEnd - m_rangeStart + 1;
+    }
+    return m_count;
+}
+
+// The label
+
+void OrvaPointString::SetLabel(const wchar_t* text) {
+    m_label = text;
+}
+
+BOOL OrvaPointString::HasLabel() const {
+    return !m_label.IsEmpty();
+}
+
+const CString& OrvaPointString::GetLabel() const {
+    return m_label;
+}
+
+// Rewriting the text
+
+namespace {
+
+/// Writes the numbers that one set holds and another does not, ascending.
+void WriteDifference(PointTextWriter& out, const PointNumberSet& held, const PointNumberSet& removed) {
+    constexpr std::uint64_t last = PointNumberSet::last;
+    for (std::uint64_t from = held.NextHeld(PointNumberSet::first, last); from <= last;) {
+        const std::uint64_t end = std::min(held.NextFree(from, last), last + 1); // of the run in the first set
+        for (from = removed.NextFree(from, end - 1); from < end;) {
+            const std::uint64_t next = std::min(removed.NextHeld(from, end - 1), end);
+            out.Run(static_cast<UINT>(from), static_cast<UINT>(next - 1));
+            from = removed.NextFree(next, end - 1);
+        }
+        from = held.NextHeld(end, last);
+    }
+}
+
+} // namespace
+
+void OrvaPointString::Subtract(const wchar_t* points, BOOL sorted) {
+    try {
+        OrvaPointString named(points);
+        if (!named.IsValid()) return;
+        PointNumberSet removed;
+        for (named.StartWalk(); !named.m_done; named.CutToken())
+            removed.InsertRange(std::min(named.m_rangeStart, named.m_rangeEnd),
+                                std::max(named.m_rangeStart, named.m_rangeEnd));
+
+        OrvaPointString walk(m_text);
+        PointTextWriter text(CString(), m_text.GetLength());
+        if (sorted) {
+            PointNumberSet held;
+            for (walk.StartWalk(); !walk.m_done; walk.CutToken())
+                held.InsertRange(std::min(walk.m_rangeStart, walk.m_rangeEnd),
+                                 std::max(walk.m_rangeStart, walk.m_rangeEnd));
+            WriteDifference(text, held, removed);
+        } else {
+            PointSequenceWriter sequence(text);
+            for (walk.StartWalk(); !walk.m_done; walk.CutToken())
+                WriteFree(sequence, removed, walk.m_rangeStart, walk.m_rangeEnd);
+            sequence.Close();
+        }
+        Assign(OrvaPointString(text.Finish()));
+    } catch (...) {
+        // Out of memory: the text stays as it was.
+    }
+}
+
+void OrvaPointString::Normalize(BOOL sorted) {
+    try {
+        OrvaPointString walk(m_text);
+        PointTextWriter text(CString(), m_text.GetLength());
+        PointNumberSet seen;
+        if (sorted) {
+            for (walk.StartWalk(); !walk.m_done; walk.CutToken())
+                seen.InsertRange(std::min(walk.m_rangeStart, walk.m_rangeEnd),
+                                 std::max(walk.m_rangeStart, walk.m_rangeEnd));
+            WriteDifference(text, seen, PointNumberSet());
+        } else {
+            PointSequenceWriter sequence(text);
+            for (walk.StartWalk(); !walk.m_done; walk.CutToken()) {
+                const UINT start = walk.m_rangeStart;
+                const UINT end = walk.m_rangeEnd;
+                if (start == end && start >= PointNumberSet::first && start <= PointNumberSet::last) {
+                    if (seen.Insert(start)) sequence.Add(start);
+                    continue;
+                }
+                WriteFree(sequence, seen, start, end);
+                seen.InsertRange(std::min(start, end), std::max(start, end));
+            }
+            sequence.Close();
+        }
+        Assign(OrvaPointString(text.Finish()));
+    } catch (...) {
+        // Out of memory: the text stays as it was.
+    }
+}

@@ -1,0 +1,114 @@
+/// @file
+/// OrvaPointString: a text that names point numbers, and the walks over it.
+#ifndef TARNU_GEOMETRY_ORVAPOINTSTRING_H
+#define TARNU_GEOMETRY_ORVAPOINTSTRING_H
+
+#include "tarnu/framework/framework.h"
+
+/// The number at the beginning of a text, read as wcstoul reads it in base 10: leading white space is skipped and the
+/// first character that is no digit ends it.
+/// @return 0 for a text without a number, one that begins with a sign, null, and a value above 0xFFFFFFFE
+TARNU_API UINT OrvaPointStringParseNumber(const wchar_t* text) noexcept;
+
+/// A comma-separated list of point numbers and ranges such as "1-5,7,12-10". A range may run downward; empty items are
+/// skipped; 0 is no point number. Nothing throws: when memory runs out, an operation leaves the object as it was.
+///
+/// A walk delivers numbers or ranges until the text ends or a bad token is met:
+///
+///     OrvaPointString points(L"1-3,7");
+///     UINT number = 0;
+///     for (points.GetFirst(&number); !points.IsDone(); points.GetNext(&number)) Use(number); // 1 2 3 7
+///
+/// What the call that ended the walk delivers is meaningless. A walk goes over the text as it was when it began.
+///
+/// Threads: one object, its walk included, belongs to one thread at a time.
+/// Ownership: owns its texts.
+class TARNU_API OrvaPointString {
+public:
+    /// An empty text.
+    OrvaPointString();
+    OrvaPointString(const wchar_t* text); // NOLINT: a text is a point string wherever one is wanted
+    OrvaPointString(const CString& text); // NOLINT
+    /// Copies everything, a walk in progress included; the copy counts as modified.
+    OrvaPointString(const OrvaPointString& other);
+    /// As Assign.
+    OrvaPointString& operator=(const OrvaPointString& other);
+
+    virtual ~OrvaPointString();
+
+    /// Takes over the text of @p other and nothing else of it: the label is emptied and a walk ends. No effect when
+    /// @p other is this object.
+    virtual void Assign(const OrvaPointString& other);
+    /// Removes every number that @p points names and rewrites the text, ascending and without duplicates when
+    /// @p sorted, else in its order and with them. No effect when @p points is not valid. Otherwise as Assign.
+    virtual void Subtract(const wchar_t* points, BOOL sorted);
+    /// Removes duplicates (the first occurrence stays) and rewrites the text compactly, ascending when @p sorted.
+    /// Otherwise as Assign.
+    virtual void Normalize(BOOL sorted);
+
+    /// Starts a number walk. Writes nothing when the text is blank.
+    virtual void GetFirst(UINT* number);
+    virtual void GetNext(UINT* number);
+    /// Starts a range walk; a downward range has @p start above @p end. Writes nothing when the text is blank.
+    virtual void GetFirstRange(UINT* start, UINT* end);
+    virtual void GetNextRange(UINT* start, UINT* end);
+    /// True when the walk has met the end of the text or a bad token.
+    virtual BOOL IsDone() const;
+
+    /// A text of the owner's, which the class keeps and does not interpret.
+    virtual void SetLabel(const wchar_t* text);
+    virtual BOOL HasLabel() const;
+    virtual const CString& GetLabel() const;
+
+    /// Checks the whole text; ends a walk. False, once, when the walk before met a bad token.
+    virtual BOOL IsValid();
+    /// The numbers that the text names up to its first bad token; starts with a walk of its own. The sum is kept in 32
+    /// bits, and a downward range adds end - start + 1, wrapped: "10-7" counts 4294967294.
+    virtual UINT GetCount();
+
+    const CString& GetText() const noexcept { return m_text; }
+    /// Replaces the text and ends a walk; the label stays.
+    void SetText(const CString& text);
+    operator const CString&() const noexcept { return m_text; } // NOLINT: the reverse of construction
+
+    /// Set by every constructor and every change of the text or its numbers, cleared by nobody but the owner.
+    BOOL IsModified() const noexcept { return m_modified; }
+    void SetModified(BOOL modified) noexcept { m_modified = modified; }
+
+protected:
+    /// The token cut last, and what a walk has not yet parsed.
+    CString GetToken() const { return m_walk.Mid(m_tokenStart, m_tokenEnd - m_tokenStart); }
+    CString GetRemaining() const { return m_walk.Mid(m_position, m_walkEnd - m_position); }
+
+    CString m_text;
+    BOOL m_modified = TRUE;
+
+private:
+    bool StartWalk();
+    void ResetWalk() noexcept;
+    void CutToken() noexcept;
+    void CheckToken(int start, int end) noexcept;
+    void AcceptRange(UINT start, UINT end) noexcept;
+    void Fail() noexcept;
+
+    // The unparsed rest of a walk and its token are spans of the text that the walk began with, so that cutting a token
+    // copies nothing.
+    CString m_walk;
+    int m_position = 0;
+    int m_walkEnd = 0;
+    CString m_label;
+    int m_tokenStart = 0;
+    int m_tokenEnd = 0;
+    UINT m_rangeStart = 0;
+    UINT m_rangeEnd = 0;
+    UINT m_current = 0;
+    BOOL m_done = FALSE;
+    BOOL m_descending = FALSE;
+    BOOL m_error = FALSE;
+    UINT m_count = 0;
+
+protected:
+    wchar_t m_numberBuffer[128] = {}; ///< the number written last by a text builder
+};
+
+#endif // TARNU_GEOMETRY_ORVAPOINTSTRING_H
