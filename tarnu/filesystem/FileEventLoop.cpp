@@ -264,6 +264,14 @@ DWORD FileEventLoop::AddToWatch(FileRecord& record, const CString& directory) {
 DWORD FileEventLoop::OpenWatch(DirectoryWatch& watch) {
     UniqueChangeHandle handle(::FindFirstChangeNotificationW(watch.directory, /*bWatchSubtree=*/FALSE, watch.filter));
     if (!handle) return ::GetLastError();
+    const auto stale = m_watches.find(handle.Get());
+    if (stale != m_watches.end()) {
+        // Somebody else has closed that one's handle, and the system has given its value out again.
+        DirectoryWatch& lost = *stale->second;
+        std::erase(m_waiting, lost.handle.Release());
+        m_watches.erase(stale);
+        FailWatch(lost, ERROR_INVALID_HANDLE);
+    }
     m_watches.emplace(handle.Get(), &watch);
     m_waiting.push_back(handle.Get());
     watch.handle = std::move(handle);
@@ -282,7 +290,8 @@ void FileEventLoop::Unregister(FileRecord& record) noexcept {
             m_directories.erase(m_directories.find(watch->key));
         }
     }
-    Post(WM_UNREGISTER_FILE, /*wParam=*/0, record); // the host may free it from here on
+    record.isReturned = true; // the host may free it from here on
+    Post(WM_UNREGISTER_FILE, /*wParam=*/0, record);
 }
 
 void FileEventLoop::CloseWatch(DirectoryWatch& watch) noexcept {

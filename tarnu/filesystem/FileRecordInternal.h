@@ -5,6 +5,7 @@
 
 #include "tarnu/paths/OrvaPath.h"
 
+#include <atomic>
 #include <list>
 
 namespace tarnu {
@@ -20,6 +21,8 @@ struct FileRecord {
     WIN32_FILE_ATTRIBUTE_DATA snapshot{};
     HANDLE watchHandle = nullptr; ///< of the watch that covers the file; null when there is none, or none any more
     const DWORD filter;           ///< FILE_NOTIFY_CHANGE_* bits
+
+    std::atomic<bool> isReturned = false; ///< the worker is done with the record
 
     // The worker's notes
 

@@ -135,7 +135,11 @@ HRESULT OrvaFileEventServerImpl::OnMessage(OrvaWndMsgServer::MessageRecord& mess
     auto* const record = reinterpret_cast<FileRecord*>(message.lParam); // looked up before it is touched
     if (message.message == tarnu::WM_UNREGISTER_FILE) {
         // Nothing that carries this address is on its way any more: it may be used again.
-        if (m_ended.erase(record) != 0) delete record;
+        const auto ended = m_ended.find(record);
+        if (ended != m_ended.end() && record->isReturned) {
+            m_ended.erase(ended);
+            delete record;
+        }
         return S_OK;
     }
     const auto found = m_registrations.find(record);

@@ -19,8 +19,9 @@ struct OrvaSubClassWnd::Delivery {
         , window(hwnd)
         , next(receiver->m_next)
         , previous(receiver->m_previous)
-        , outer(std::exchange(s_innermost, this)) {}
-    ~Delivery() { s_innermost = outer; }
+        , innermost(s_innermost)
+        , outer(std::exchange(innermost, this)) {}
+    ~Delivery() { innermost = outer; }
     Delivery(const Delivery&) = delete;
     Delivery& operator=(const Delivery&) = delete;
 
@@ -35,7 +36,8 @@ struct OrvaSubClassWnd::Delivery {
     OrvaSubClassWnd* object; ///< null once the object was destroyed
     HWND window;
     OrvaSubClassWnd* next;
-    WNDPROC previous; ///< null once the window was destroyed
+    WNDPROC previous;     ///< null once the window was destroyed
+    Delivery*& innermost; ///< this thread's; looking it up costs
     Delivery* outer;
 
     static thread_local Delivery* s_innermost;

@@ -292,6 +292,41 @@ TEST_F(FileEvents, ADirectoryThatGoesAwayIsReportedOnceAndMayComeBack) {
         << listener.calls << ' ' << second.calls << ' ' << third.calls;
 }
 
+/// The values of all open handles.
+std::set<ULONG_PTR> OpenHandles() {
+    std::set<ULONG_PTR> handles;
+    for (ULONG_PTR value = 4; value < 0x8000; value += 4) {
+        DWORD flags = 0;
+        if (::GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags)) handles.insert(value);
+    }
+    return handles;
+}
+
+// A failed wait names no handle; the one at fault is found, and the others go on.
+TEST_F(FileEvents, AHandleThatSomebodyElseClosedIsReportedOnce) {
+    const std::wstring healthy = m_folder.MakeFile(L"healthy\\file", "1");
+    const std::wstring lost = m_folder.MakeFile(L"lost\\file", "1");
+    Listener healthyListener;
+    Listener lostListener;
+    Register(healthy, size, healthyListener);
+    Settle();
+    const std::set<ULONG_PTR> before = OpenHandles();
+    Register(lost, size, lostListener);
+    Settle();
+    std::vector<ULONG_PTR> opened;
+    for (const ULONG_PTR value : OpenHandles()) {
+        if (!before.contains(value)) opened.push_back(value);
+    }
+    ASSERT_EQ(1u, opened.size());
+    ASSERT_TRUE(::CloseHandle(reinterpret_cast<HANDLE>(opened[0])));
+    Register(healthy, size, healthyListener); // opens nothing, but lets the worker wait anew
+    EXPECT_TRUE(PumpUntilCalled(lostListener));
+    WriteFile(healthy, "longer");
+    EXPECT_TRUE(PumpUntil([&] { return healthyListener.calls == "ss"; }));
+    EXPECT_EQ("e", lostListener.calls);
+    EXPECT_EQ(std::vector<DWORD>{ERROR_INVALID_HANDLE}, lostListener.errors);
+}
+
 // One after the other the half-second pauses would add up to more than the wait's limit.
 TEST_F(FileEvents, WatchesMoreDirectoriesThanOneWaitTakes) {
     constexpr std::size_t count = 150;
@@ -364,6 +399,8 @@ TEST_F(FileEvents, EveryMessageCallsItsSlotAndNoOtherDoes) {
     Listener listener;
     OrvaFileEventCookie cookie = Register(m_folder.MakeFile(L"file"), size, listener);
     Settle();
+    OrvaFileEventCookie ended = Register(m_folder / L"file", size, listener);
+    Unregister(ended);
     PostToHost(WM_FILE_NOTIFY, 0xFFFFFFFF, cookie);
     PostToHost(WM_REGISTERED_FILE, 0, cookie);
     PostToHost(WM_REGISTER_FILE, 0, cookie);
@@ -373,6 +410,7 @@ TEST_F(FileEvents, EveryMessageCallsItsSlotAndNoOtherDoes) {
     PostToHost(WM_UNREGISTERED_FILE, 0, cookie);
     PostToHost(WM_REPORT_ERROR, 1234, cookie);
     PostToHost(WM_FILE_NOTIFY, 1, nullptr);
+    PostToHost(WM_UNREGISTER_FILE, 0, ended); // too early: the worker has not given it back
     EXPECT_TRUE(PumpUntil([&] { return listener.calls.ends_with('e'); }));
     EXPECT_EQ("ndaswrioe", listener.calls);
     EXPECT_EQ(std::vector<DWORD>{1234}, listener.errors);
