@@ -66,6 +66,7 @@
 
 // xml
 #include "tarnu/xml/OrvaXml.h"
+#include "tarnu/xml/OrvaXmlHelpers.h"
 #include "tarnu/xml/XmlNumbers.h"
 
 // archive

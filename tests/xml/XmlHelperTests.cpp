@@ -1,0 +1,600 @@
+// The DOM helpers: results, every status text, the chain of texts, and the references that they hand out.
+
+#include "ForwardingDom.h"
+#include "support/TempFolder.h"
+#include "tarnu/text/OrvaStrings.h"
+#include "tarnu/xml/OrvaXmlHelpers.h"
+
+#include <comdef.h>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace tarnu::test;
+
+/// The text that a call throws; "nothing" when it returns.
+template <class Work>
+std::wstring Thrown(Work&& work) {
+    try {
+        work();
+    } catch (const CString& text) {
+        return text.GetString();
+    }
+    return L"nothing";
+}
+
+std::wstring Code(HRESULT result) {
+    wchar_t text[32];
+    ::swprintf(text, 32, L"HRESULT = 0x%08X ", static_cast<unsigned>(result));
+    return text;
+}
+
+/// Says that it records error information for every interface.
+class ErrorSupport : public ISupportErrorInfo {
+public:
+    STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
+    STDMETHODIMP_(ULONG) Release() override { return --references; }
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID) override { return S_OK; }
+
+    ULONG references = 0;
+};
+
+ComPtr<IErrorInfo> ErrorInformation(const wchar_t* description) {
+    ComPtr<ICreateErrorInfo> create;
+    EXPECT_EQ(S_OK, ::CreateErrorInfo(create.GetAddressOf()));
+    const BSTR text = ::SysAllocString(description);
+    create->SetDescription(text);
+    ::SysFreeString(text);
+    ComPtr<IErrorInfo> information;
+    EXPECT_EQ(S_OK, tarnu::support::Ask(create.Get(), IID_IErrorInfo, information));
+    return information;
+}
+
+/// A document that refuses what the test names.
+class RefusingDocument : public ForwardingDocument {
+public:
+    explicit RefusingDocument(const wchar_t* content = nullptr) : ForwardingDocument(RealDocument(content)) {}
+
+    STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override {
+        if (interfaceId == IID_ISupportErrorInfo && errorSupport != nullptr) {
+            *object = errorSupport;
+            errorSupport->AddRef();
+            return S_OK;
+        }
+        return ForwardingDocument::QueryInterface(interfaceId, object);
+    }
+    STDMETHODIMP put_async(VARIANT_BOOL value) override {
+        return Or(async, [&] { return m_inner->put_async(value); });
+    }
+    STDMETHODIMP load(VARIANT source, VARIANT_BOOL* success) override {
+        if (FAILED(loading) && errorText != nullptr) ::SetErrorInfo(0, ErrorInformation(errorText).Get());
+        return Or(loading, [&] { return m_inner->load(source, success); });
+    }
+    STDMETHODIMP save(VARIANT target) override {
+        return Or(saving, [&] { return m_inner->save(target); });
+    }
+    STDMETHODIMP createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** result) override {
+        return Or(instruction, [&] { return m_inner->createProcessingInstruction(target, data, result); });
+    }
+    STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
+        return Or(creating, [&] { return m_inner->createElement(name, element); });
+    }
+    STDMETHODIMP appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) override {
+        return Or(appending, [&] { return m_inner->appendChild(child, appended); });
+    }
+    STDMETHODIMP get_childNodes(IXMLDOMNodeList** nodes) override {
+        return Or(children, [&] { return m_inner->get_childNodes(nodes); });
+    }
+    STDMETHODIMP get_documentElement(IXMLDOMElement** root) override {
+        if (standInRoot) return standInRoot.CopyTo(root);
+        return m_inner->get_documentElement(root);
+    }
+
+    template <class Work>
+    static HRESULT Or(HRESULT result, Work&& work) {
+        return result == S_OK ? work() : result;
+    }
+
+    ErrorSupport* errorSupport = nullptr;
+    const wchar_t* errorText = nullptr;
+    ComPtr<IXMLDOMElement> standInRoot;
+    HRESULT async = S_OK, loading = S_OK, saving = S_OK, instruction = S_OK, creating = S_OK, appending = S_OK,
+            children = S_OK;
+};
+
+/// An element that refuses what the test names.
+class RefusingElement : public ForwardingElement {
+public:
+    using ForwardingElement::ForwardingElement;
+    STDMETHODIMP appendChild(IXMLDOMNode*, IXMLDOMNode**) override { return E_ACCESSDENIED; }
+    STDMETHODIMP get_childNodes(IXMLDOMNodeList**) override { return E_ACCESSDENIED; }
+    STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap** map) override {
+        *map = nullptr;
+        return E_ACCESSDENIED;
+    }
+    STDMETHODIMP get_nodeName(BSTR*) override { throw _com_error(E_ACCESSDENIED); }
+};
+
+/// A node without a name or a value.
+class HollowNode : public ForwardingPlainNode {
+public:
+    using ForwardingPlainNode::ForwardingPlainNode;
+    STDMETHODIMP get_nodeName(BSTR* name) override {
+        *name = nullptr;
+        return E_UNEXPECTED;
+    }
+    STDMETHODIMP get_nodeValue(VARIANT*) override { return E_UNEXPECTED; }
+};
+
+/// A named node whose value cannot be read.
+class ValuelessNode : public ForwardingPlainNode {
+public:
+    using ForwardingPlainNode::ForwardingPlainNode;
+    STDMETHODIMP get_nodeValue(VARIANT*) override { return E_UNEXPECTED; }
+};
+
+class XmlHelpers : public ::testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(0, livingStandIns); }
+
+    ComScope m_com;
+};
+
+ComPtr<RefusingDocument> Refusing(const wchar_t* content = nullptr) {
+    return tarnu::support::Adopt(new RefusingDocument(content));
+}
+
+/// Name and attributes of a node as one text: "name a=1 b=2".
+std::wstring Describe(IXMLDOMNode* node) {
+    OrvaXmlStringArray names;
+    const OrvaXmlNodeArray nodes = {node};
+    OrvaXmlGetNodeNames(&nodes, &names);
+    std::wstring text = names.at(0).GetString();
+    OrvaXmlAttributeArray attributes;
+    OrvaXmlGetAttributes(node, &attributes);
+    for (const OrvaXmlAttribute& attribute : attributes)
+        text += L' ' + std::wstring(attribute.Name) + L'=' + attribute.Value.GetString();
+    return text;
+}
+
+std::vector<std::wstring> Texts(const OrvaXmlStringArray& strings) {
+    return {strings.begin(), strings.end()};
+}
+
+const OrvaXmlStringArray declaration = {L"xml", L"version='1.0'"};
+
+} // namespace
+
+// Files
+
+TEST_F(XmlHelpers, CreateFileBuildsLoadsAndRecreates) {
+    const TempFolder folder;
+    const CString path = (folder / L"\x0416 new.xml").c_str();
+    const auto document = RealDocument();
+    const OrvaXmlStringArray instructions = {L"xml", L"version='1.0'", L"orva", L"x y"};
+    const OrvaXmlStringArray nodes = {L"root", L" a = 1=2 ", L"no equals", L"=nameless", L"empty= ", L"\xE4=\x0416"};
+    EXPECT_TRUE(OrvaXmlCreateFile(path, document.Get(), instructions, nodes, true)) << "nothing to remove";
+    EXPECT_EQ(L"root a=1=2 \xE4=\x0416", Describe(RootOf(document.Get()).Get()));
+
+    const auto loaded = RealDocument();
+    EXPECT_TRUE(OrvaXmlCreateFile(path, loaded.Get(), {}, {}, false)) << "the file is there: it is loaded";
+    OrvaXmlStringArray names;
+    const OrvaXmlNodeArray children = OrvaXmlGetDocumentChildren(loaded.Get());
+    OrvaXmlGetNodeNames(&children, &names);
+    EXPECT_EQ((std::vector<std::wstring>{L"xml", L"orva", L"root"}), Texts(names));
+    EXPECT_EQ(L"root a=1=2 \xE4=\x0416", Describe(RootOf(loaded.Get()).Get()));
+
+    const auto anew = RealDocument();
+    EXPECT_TRUE(OrvaXmlCreateFile(path, anew.Get(), declaration, {L"second"}, true));
+    const auto again = RealDocument();
+    EXPECT_TRUE(OrvaXmlLoadFile(path, again.Get()));
+    EXPECT_EQ(L"second", Describe(RootOf(again.Get()).Get()));
+}
+
+TEST_F(XmlHelpers, CreateFileTexts) {
+    const TempFolder folder;
+    const std::wstring existing = folder.MakeFile(L"existing.xml", "<a><b></a>");
+    const std::wstring fresh = folder / L"fresh.xml";
+    const struct {
+        const wchar_t* text;
+        OrvaXmlStringArray instructions;
+        OrvaXmlStringArray nodes;
+        HRESULT RefusingDocument::*refuses;
+    } cases[] = {
+        {L"InstructionsIndex >= InstructionsSize!", {L"xml", L"v", L"odd"}, {L"r"}, nullptr},
+        {L"InstructionsIndex >= InstructionsSize!", {L""}, {L"r"}, nullptr},
+        {L"CurNodeName is empty!", {L"", L""}, {L"r"}, nullptr},
+        {L"CurNodeValue is empty!", {L"xml", L""}, {L"r"}, nullptr},
+        {L"CreatedAdditionalNode is NULL!", declaration, {L"r"}, &RefusingDocument::instruction},
+        {L"pAppendedAdditionalNode is empty!", declaration, {L"r"}, &RefusingDocument::appending},
+        {L"bXmlInstruction is FALSE!", {}, {L"r"}, nullptr},
+        {L"bXmlInstruction is FALSE!", {L"XML", L"x"}, {L"r"}, nullptr},
+        {L"pAppendedNode is NULL!", declaration, {}, nullptr},
+        {L"pAppendedNode is NULL!", declaration, {L"r"}, &RefusingDocument::creating},
+        {L"Save() failed!", declaration, {L"r", L"a=1"}, &RefusingDocument::saving},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.text);
+        const auto document = Refusing();
+        if (test.refuses != nullptr) document.Get()->*test.refuses = E_ACCESSDENIED;
+        EXPECT_EQ(test.text, Thrown([&] {
+                      OrvaXmlCreateFile(fresh.c_str(), document.Get(), test.instructions, test.nodes, true);
+                  }));
+        EXPECT_FALSE(Exists(fresh));
+    }
+    const auto document = Refusing();
+    const auto create = [&](const std::wstring& path, IXMLDOMDocument* target, bool recreate) {
+        return Thrown([&] { OrvaXmlCreateFile(path.c_str(), target, declaration, {L"r"}, recreate); });
+    };
+    EXPECT_EQ(L"pDoc is NULL!", create(existing, nullptr, true));
+    EXPECT_TRUE(Exists(existing)) << "nothing is removed for a document that is not there";
+    EXPECT_EQ(L"Load failed!\nFile = " + existing, create(existing, document.Get(), false));
+    EXPECT_EQ(L"Removal of file failed!\nFile = " + folder.Path(), create(folder.Path(), document.Get(), true));
+    EXPECT_EQ(L"Save() failed!", create(L"", document.Get(), true));
+    EXPECT_EQ("<a><b></a>", ReadFile(existing));
+}
+
+TEST_F(XmlHelpers, LoadAndSaveTexts) {
+    const TempFolder folder;
+    const CString path = folder.MakeFile(L"good.xml", "<r a='1'/>").c_str();
+    const CString missing = (folder / L"missing.xml").c_str();
+    const auto document = Refusing();
+    EXPECT_TRUE(OrvaXmlLoadFile(path, document.Get()));
+    EXPECT_TRUE(OrvaXmlSaveFile(path, document.Get()));
+    EXPECT_EQ(L"pDoc->load failed!", Thrown([&] { OrvaXmlLoadFile(missing, document.Get()); }));
+    EXPECT_EQ(L"XMLFullFilename is empty!", Thrown([&] { OrvaXmlLoadFile(L"", nullptr); }));
+    EXPECT_EQ(L"XMLFullFilename is empty!", Thrown([&] { OrvaXmlSaveFile(L"", nullptr); }));
+    EXPECT_EQ(L"pDoc is NULL!", Thrown([&] { OrvaXmlLoadFile(path, nullptr); }));
+    EXPECT_EQ(L"pDoc is NULL!", Thrown([&] { OrvaXmlSaveFile(path, nullptr); }));
+    document->async = E_UNEXPECTED;
+    EXPECT_EQ(L"E_FAIL", Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }));
+    document->async = S_OK;
+
+    const std::wstring system = OrvaGetSystemErrorText(static_cast<DWORD>(E_ACCESSDENIED)).GetString();
+    EXPECT_FALSE(system.empty());
+    document->saving = E_ACCESSDENIED;
+    document->loading = E_ACCESSDENIED;
+    const std::wstring plain = Code(E_ACCESSDENIED) + system + L".\n";
+    const std::wstring head = L"Exception on pDoc->raw_load of file:\n" + std::wstring(path) + L"\n";
+    EXPECT_EQ(plain, Thrown([&] { OrvaXmlSaveFile(path, document.Get()); }));
+    EXPECT_EQ(head + plain, Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }));
+    document->loading = static_cast<HRESULT>(0xA0123456);
+    EXPECT_EQ(head + Code(document->loading) + L".\n", Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }))
+        << "a code that the system does not know";
+
+    // The description counts when the interface itself vouches for it.
+    document->loading = E_ACCESSDENIED;
+    document->errorText = L"The gate is shut";
+    EXPECT_EQ(head + plain, Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }));
+    ErrorSupport support;
+    document->errorSupport = &support;
+    EXPECT_EQ(head + Code(E_ACCESSDENIED) + L" IErrorInfoThe gate is shut.\n",
+              Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }));
+    EXPECT_EQ(plain, Thrown([&] { OrvaXmlSaveFile(path, document.Get()); })) << "nothing recorded this time";
+    EXPECT_EQ(0u, support.references);
+}
+
+// Growing and appending
+
+TEST_F(XmlHelpers, GrowingNodes) {
+    const auto document = RealDocument(L"<r><p n='1'/><p n='2'/><q/><p n='1' m='x'/>text</r>");
+    const auto root = RootOf(document.Get());
+    ComPtr<IXMLDOMNodeList> list;
+    ASSERT_EQ(S_OK, root->get_childNodes(list.GetAddressOf()));
+
+    OrvaXmlNodeArray growing;
+    OrvaXmlAddGrowingNodes(L"n", list.Get(), &growing);
+    ASSERT_EQ(2u, growing.size()) << "one for each value";
+    EXPECT_EQ(L"p n=1", Describe(growing[0].Get()));
+    EXPECT_EQ(L"p n=2", Describe(growing[1].Get()));
+    OrvaXmlAddGrowingNodes(L"n", list.Get(), &growing);
+    EXPECT_EQ(2u, growing.size()) << "the values are there already";
+    OrvaXmlAddGrowingNodes(list.Get(), &growing);
+    EXPECT_EQ(7u, growing.size());
+    OrvaXmlAddGrowingNodes(L"m", &growing, &growing);
+    EXPECT_EQ(7u, growing.size());
+    OrvaXmlAddGrowingNodes(&growing, &growing);
+    EXPECT_EQ(14u, growing.size()) << "a list may grow by itself";
+
+    IXMLDOMNodeList* const none = nullptr;
+    const OrvaXmlNodeArray* const noArray = nullptr;
+    EXPECT_EQ(L"AttributeName is empty!", Thrown([&] { OrvaXmlAddGrowingNodes(L"", none, nullptr); }));
+    EXPECT_EQ(L"pGrowingNodes is NULL!", Thrown([&] { OrvaXmlAddGrowingNodes(L"n", none, nullptr); }));
+    EXPECT_EQ(L"pNodesToAdd is NULL!", Thrown([&] { OrvaXmlAddGrowingNodes(L"n", noArray, &growing); }));
+    EXPECT_EQ(L"pGrowingNodes is NULL!", Thrown([&] { OrvaXmlAddGrowingNodes(noArray, nullptr); }));
+    EXPECT_EQ(L"pNodesToAdd is NULL!", Thrown([&] { OrvaXmlAddGrowingNodes(none, &growing); }));
+
+    // A failure halfway leaves the list as it was.
+    const auto refusing = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root));
+    const OrvaXmlNodeArray mixed = {growing[3], refusing};
+    OrvaXmlNodeArray kept;
+    EXPECT_EQ(L"E_FAIL", Thrown([&] { OrvaXmlAddGrowingNodes(L"n", &mixed, &kept); }));
+    EXPECT_TRUE(kept.empty());
+}
+
+TEST_F(XmlHelpers, AppendElement) {
+    const auto document = RealDocument(L"<r/>");
+    const OrvaXmlNode plain = OrvaXmlAppendElement(document.Get(), L"a");
+    const OrvaXmlNode withText = OrvaXmlAppendElement(document.Get(), L"b", L"x < y");
+    const OrvaXmlNode withAttributes =
+        OrvaXmlAppendElement(document.Get(), L"c", OrvaXmlAttributeArray{{L"k", L"1"}, {L"\xE4", L"\x0416"}});
+    EXPECT_EQ(L"a", Describe(plain.Get()));
+    EXPECT_EQ(L"b", Describe(withText.Get()));
+    EXPECT_EQ(L"c k=1 \xE4=\x0416", Describe(withAttributes.Get()));
+    OrvaXmlStringArray values;
+    OrvaXmlGetChildNodes(document.Get(), L"b", &values);
+    EXPECT_EQ(std::vector<std::wstring>{L"x < y"}, Texts(values));
+    const OrvaXmlNode loose = OrvaXmlSetNodeText(document.Get(), L"d", L"t");
+    ComPtr<IXMLDOMNode> parent;
+    loose->get_parentNode(parent.GetAddressOf());
+    EXPECT_FALSE(parent) << "placing it is the caller's";
+
+    const struct {
+        const wchar_t *noDocument, *noRoot, *noElement, *notAppended;
+        std::function<void(IXMLDOMDocument*)> call;
+    } cases[] = {
+        {L"pDoc is NULL!", L"pRootNode is NULL!", L"pCreatedNode is NULL!", L"pAppendedNode is NULL!",
+         [](IXMLDOMDocument* target) { OrvaXmlAppendElement(target, L"a"); }},
+        {L"pDoc is NULL!", L"pRootNode is NULL!", L"pCreatedNode is NULL!", L"pAppendedNode is NULL!",
+         [](IXMLDOMDocument* target) { OrvaXmlAppendElement(target, L"a", L"t"); }},
+        {L"pDoc is NULL!", L"pRootElement is NULL!", L"pNewElement is NULL!", L"pAppendedNode is NULL!",
+         [](IXMLDOMDocument* target) {
+             OrvaXmlAppendElement(target, L"a", OrvaXmlAttributeArray{{L"k", L"v"}});
+         }},
+        {L"pDoc is NULL!", L"nothing", L"pNewNode is NULL!", L"nothing",
+         [](IXMLDOMDocument* target) { OrvaXmlSetNodeText(target, L"a", L"t"); }},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.noElement);
+        EXPECT_EQ(test.noDocument, Thrown([&] { test.call(nullptr); }));
+        EXPECT_EQ(test.noRoot, Thrown([&] { test.call(RealDocument().Get()); }));
+        const auto refusing = Refusing(L"<r/>");
+        refusing->creating = E_ACCESSDENIED;
+        EXPECT_EQ(test.noElement, Thrown([&] { test.call(refusing.Get()); }));
+        refusing->creating = S_OK;
+        refusing->standInRoot = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(RootOf(refusing.Get())));
+        EXPECT_EQ(test.notAppended, Thrown([&] { test.call(refusing.Get()); }));
+    }
+    const auto childless = Refusing();
+    childless->children = E_ACCESSDENIED;
+    EXPECT_EQ(L"pRootNodeList is NULL!", Thrown([&] { OrvaXmlSetNodeText(childless.Get(), L"a", L"t"); }));
+}
+
+// Reading
+
+TEST_F(XmlHelpers, NamesAndAttributes) {
+    const auto document = RealDocument(L"<r a='1' b='&lt;'><p n='1'/>text<q m='2' n=''/><!--c--></r>");
+    const auto root = RootOf(document.Get());
+    ComPtr<IXMLDOMNodeList> list;
+    ASSERT_EQ(S_OK, root->get_childNodes(list.GetAddressOf()));
+    OrvaXmlStringArray strings = {L"before"};
+    OrvaXmlGetNodeNames(list.Get(), &strings);
+    EXPECT_EQ((std::vector<std::wstring>{L"p", L"#text", L"q", L"#comment"}), Texts(strings));
+    OrvaXmlGetAttributes(list.Get(), L"n", &strings);
+    EXPECT_EQ((std::vector<std::wstring>{L"1", L"", L"", L""}), Texts(strings));
+    EXPECT_EQ(L"<", OrvaXmlGetAttributes(root.Get(), L"b"));
+    EXPECT_EQ(L"", OrvaXmlGetAttributes(root.Get(), L"missing"));
+    std::vector<OrvaXmlAttributeArray> all;
+    OrvaXmlGetAttributes(list.Get(), &all);
+    ASSERT_EQ(4u, all.size());
+    EXPECT_EQ(1u, all[0].size());
+    EXPECT_TRUE(all[1].empty() && all[3].empty());
+    ASSERT_EQ(2u, all[2].size());
+    EXPECT_EQ(L"m", all[2][0].Name);
+    EXPECT_EQ(L"2", all[2][0].Value);
+    EXPECT_EQ(L"r a=1 b=<", Describe(root.Get()));
+    EXPECT_EQ(L"1", OrvaXmlGetAttributes(root.Get(), L"a"));
+    const OrvaXmlNode attribute = OrvaXmlGetAttributeNode(document.Get(), L"b");
+    OrvaXmlStringArray names;
+    const OrvaXmlNodeArray one = {attribute};
+    OrvaXmlGetNodeNames(&one, &names);
+    EXPECT_EQ(std::vector<std::wstring>{L"b"}, Texts(names));
+}
+
+TEST_F(XmlHelpers, NamesAndAttributesTexts) {
+    const auto document = RealDocument(L"<r a='1'>text</r>");
+    const auto root = RootOf(document.Get());
+    ComPtr<IXMLDOMNode> text;
+    root->get_firstChild(text.GetAddressOf());
+    const auto gap = tarnu::support::Adopt<IXMLDOMNodeList>(new MadeUpNodeList({root, nullptr}));
+    const OrvaXmlNodeArray gapArray = {root, nullptr};
+    const OrvaXmlNodeArray hollow = {tarnu::support::Adopt<IXMLDOMNode>(new HollowNode(root))};
+    const auto refusing = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root));
+    const OrvaXmlNodeArray refusingArray = {root, refusing};
+    IXMLDOMNodeList* const noList = nullptr;
+    const OrvaXmlNodeArray* const noArray = nullptr;
+    OrvaXmlStringArray strings = {L"kept"};
+    OrvaXmlAttributeArray attributes = {{L"kept", L""}};
+    std::vector<OrvaXmlAttributeArray> all = {attributes};
+    const struct {
+        const wchar_t* text;
+        std::function<void()> call;
+    } cases[] = {
+        {L"pNodeList is NULL!", [&] { OrvaXmlGetNodeNames(noList, &strings); }},
+        {L"pNames is NULL!", [&] { OrvaXmlGetNodeNames(&gapArray, nullptr); }},
+        {L"pNode is NULL!", [&] { OrvaXmlGetNodeNames(gap.Get(), &strings); }},
+        {L"pCurNode is NULL!", [&] { OrvaXmlGetNodeNames(&gapArray, &strings); }},
+        {L"pCurNode is NULL!", [&] { OrvaXmlGetNodeNames(&hollow, &strings); }},
+        {L"DesiredAttributeName is empty!", [&] { OrvaXmlGetAttributes(root.Get(), L""); }},
+        {L"pNode is NULL!", [&] { OrvaXmlGetAttributes(static_cast<IXMLDOMNode*>(nullptr), L"a"); }},
+        {L"get_Attributes failed", [&] { OrvaXmlGetAttributes(refusing.Get(), L"a"); }},
+        {L"DesiredAttributeName is empty!", [&] { OrvaXmlGetAttributes(noList, L"", &strings); }},
+        {L"pNodes is NULL!", [&] { OrvaXmlGetAttributes(noArray, L"a", &strings); }},
+        {L"pAttributes is NULL!", [&] { OrvaXmlGetAttributes(gap.Get(), L"a", nullptr); }},
+        {L"pNode is NULL!", [&] { OrvaXmlGetAttributes(gap.Get(), L"a", &strings); }},
+        {L"get_Attributes failed!", [&] { OrvaXmlGetAttributes(&refusingArray, L"a", &strings); }},
+        {L"pNode is NULL!", [&] { OrvaXmlGetAttributes(static_cast<IXMLDOMNode*>(nullptr), &attributes); }},
+        {L"pAttributes is NULL!",
+         [&] { OrvaXmlGetAttributes(root.Get(), static_cast<OrvaXmlAttributeArray*>(nullptr)); }},
+        {L"pAttributes is NULL!", [&] { OrvaXmlGetAttributes(text.Get(), &attributes); }},
+        {L"get_Attributes failed", [&] { OrvaXmlGetAttributes(refusing.Get(), &attributes); }},
+        {L"pNodes is NULL!", [&] { OrvaXmlGetAttributes(noList, &all); }},
+        {L"pAttributes is NULL!", [&] { OrvaXmlGetAttributes(&gapArray, nullptr); }},
+        {L"pNode is NULL!", [&] { OrvaXmlGetAttributes(&gapArray, &all); }},
+        {L"get_Attributes failed!", [&] { OrvaXmlGetAttributes(&refusingArray, &all); }},
+        {L"pDoc is NULL!", [&] { OrvaXmlGetAttributeNode(nullptr, L"a"); }},
+        {L"pRootNode is NULL!", [&] { OrvaXmlGetAttributeNode(RealDocument().Get(), L"a"); }},
+        {L"pDesiredAttribute is NULL!", [&] { OrvaXmlGetAttributeNode(document.Get(), L"b"); }},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(test.text, Thrown(test.call));
+    EXPECT_EQ(std::vector<std::wstring>{L"kept"}, Texts(strings));
+    EXPECT_EQ(L"kept", attributes.at(0).Name);
+    EXPECT_EQ(L"kept", all.at(0).at(0).Name);
+}
+
+TEST_F(XmlHelpers, ChildNodes) {
+    const auto document = RealDocument(L"<?pi x?><r><p n='1'>one<b>and more</b></p><q/><p n='2'/></r>");
+    const auto root = RootOf(document.Get());
+    OrvaXmlNodeArray nodes;
+    OrvaXmlGetChildNodes(document.Get(), L"p", &nodes);
+    ASSERT_EQ(2u, nodes.size());
+    EXPECT_EQ(L"p n=2", Describe(nodes[1].Get()));
+    OrvaXmlGetChildNodes(nodes[0].Get(), L"b", &nodes);
+    EXPECT_EQ(1u, nodes.size());
+    OrvaXmlGetChildNodes(root.Get(), L"missing", &nodes);
+    EXPECT_TRUE(nodes.empty());
+    OrvaXmlStringArray values;
+    OrvaXmlGetChildNodes(document.Get(), L"p", &values);
+    ASSERT_EQ(2u, values.size());
+    EXPECT_EQ(0, values[0].Find(L"one"));
+    EXPECT_EQ(L"", values[1]);
+    OrvaXmlGetChildNodes(OrvaXmlFindNode(&(nodes = OrvaXmlGetDocumentChildren(document.Get())), L"r").Get(), L"p",
+                         &nodes);
+    OrvaXmlGetChildNodes(nodes[0].Get(), L"#text", &values);
+    EXPECT_EQ(std::vector<std::wstring>{L"one"}, Texts(values)) << "a node's own value";
+    std::vector<OrvaXmlAttributeArray> attributes;
+    OrvaXmlGetChildNodes(root.Get(), L"p", &attributes);
+    ASSERT_EQ(2u, attributes.size());
+    EXPECT_EQ(L"2", attributes[1].at(0).Value);
+}
+
+TEST_F(XmlHelpers, ChildNodesTexts) {
+    const auto document = RealDocument(L"<r><p/></r>");
+    const auto root = RootOf(document.Get());
+    const auto empty = RealDocument();
+    const auto refusing = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root));
+    const auto childless = Refusing();
+    childless->children = E_ACCESSDENIED;
+    IXMLDOMNode* const noNode = nullptr;
+    IXMLDOMDocument* const noDocument = nullptr;
+    OrvaXmlNodeArray nodes(3);
+    OrvaXmlStringArray values;
+    std::vector<OrvaXmlAttributeArray> attributes;
+    const std::wstring denied = L"pTargetRootNode->get_childNodes failed:\n" + Code(E_ACCESSDENIED) +
+                                OrvaGetSystemErrorText(static_cast<DWORD>(E_ACCESSDENIED)).GetString() + L".\n";
+    const struct {
+        std::wstring text;
+        std::function<void()> call;
+    } cases[] = {
+        {L"pDoc is NULL!", [&] { OrvaXmlGetChildNodes(noDocument, L"p", &nodes); }},
+        {L"pRootNodeList is NULL!", [&] { OrvaXmlGetChildNodes(empty.Get(), L"p", &nodes); }},
+        {L"pTargetRootNode is NULL!", [&] { OrvaXmlGetChildNodes(noNode, L"p", &values); }},
+        {denied, [&] { OrvaXmlGetChildNodes(refusing.Get(), L"p", &nodes); }},
+        {denied, [&] { OrvaXmlGetChildNodes(refusing.Get(), L"p", &values); }},
+        {denied, [&] { OrvaXmlGetChildNodes(refusing.Get(), L"p", &attributes); }},
+        {L"pDesiredChildNodes is NULL!",
+         [&] { OrvaXmlGetChildNodes(root.Get(), L"p", static_cast<OrvaXmlNodeArray*>(nullptr)); }},
+        {L"pNodes is NULL!",
+         [&] { OrvaXmlGetChildNodes(root.Get(), L"p", static_cast<OrvaXmlStringArray*>(nullptr)); }},
+        {L"pNodes is NULL!",
+         [&] {
+             OrvaXmlGetChildNodes(document.Get(), L"p", static_cast<std::vector<OrvaXmlAttributeArray>*>(nullptr));
+         }},
+        {L"DesiredChildNodesLen = 0!", [&] { OrvaXmlGetChildNodes(document.Get(), L"x", &values); }},
+        {L"DesiredChildNodesLen = 0!", [&] { OrvaXmlGetChildNodes(root.Get(), L"", &attributes); }},
+        {L"pDoc is NULL!", [&] { OrvaXmlGetDocumentChildren(nullptr); }},
+        {L"get_childNodes failed!", [&] { OrvaXmlGetDocumentChildren(childless.Get()); }},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(test.text, Thrown(test.call));
+    EXPECT_EQ(3u, nodes.size()) << "untouched by failures";
+
+    // A child whose value, and one whose attributes cannot be read: the second text stands behind its function's name.
+    class Parent : public ForwardingPlainNode {
+    public:
+        Parent(ComPtr<IXMLDOMNode> inner, ComPtr<IXMLDOMNode> child)
+            : ForwardingPlainNode(std::move(inner)), m_child(std::move(child)) {}
+        STDMETHODIMP get_childNodes(IXMLDOMNodeList** list) override {
+            *list = new MadeUpNodeList({m_child});
+            return S_OK;
+        }
+
+    private:
+        ComPtr<IXMLDOMNode> m_child;
+    };
+    class Shy : public ForwardingPlainNode {
+    public:
+        using ForwardingPlainNode::ForwardingPlainNode;
+        STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap**) override { return E_ACCESSDENIED; }
+    };
+    const auto valueless = tarnu::support::Adopt<IXMLDOMNode>(
+        new Parent(root, tarnu::support::Adopt<IXMLDOMNode>(new ValuelessNode(root))));
+    EXPECT_EQ(L"Exception on CurNode->get_nodeValue():\n" + Code(E_UNEXPECTED) +
+                  OrvaGetSystemErrorText(static_cast<DWORD>(E_UNEXPECTED)).GetString() + L".\n",
+              Thrown([&] { OrvaXmlGetChildNodes(valueless.Get(), L"r", &values); }));
+    const auto shy =
+        tarnu::support::Adopt<IXMLDOMNode>(new Parent(root, tarnu::support::Adopt<IXMLDOMNode>(new Shy(root))));
+    EXPECT_EQ(L"Exception in OrvaXmlGetAttributes():\nget_Attributes failed!",
+              Thrown([&] { OrvaXmlGetChildNodes(shy.Get(), L"r", &attributes); }));
+}
+
+TEST_F(XmlHelpers, FindNode) {
+    const auto document = RealDocument(L"<r><p n='1'/>text<q n='2'/><p n='2' m=''/></r>");
+    const auto root = RootOf(document.Get());
+    ComPtr<IXMLDOMNodeList> list;
+    root->get_childNodes(list.GetAddressOf());
+    OrvaXmlNodeArray nodes = {nullptr};
+    OrvaXmlAddGrowingNodes(list.Get(), &nodes);
+    EXPECT_EQ(L"q n=2", Describe(OrvaXmlFindNode(list.Get(), L"q").Get()));
+    EXPECT_EQ(L"p n=1", Describe(OrvaXmlFindNode(&nodes, L"p").Get()));
+    EXPECT_EQ(L"q n=2", Describe(OrvaXmlFindNode(list.Get(), L"n", L"2").Get()));
+    EXPECT_EQ(L"p n=2 m=", Describe(OrvaXmlFindNode(&nodes, L"m", L"").Get()));
+    int asked = 0;
+    EXPECT_EQ(L"q n=2", Describe(OrvaXmlFindNode(&nodes, [&](IXMLDOMNode*) { return ++asked == 3; }).Get()));
+    EXPECT_EQ(3, asked) << "the search ends at the first match";
+
+    IXMLDOMNodeList* const noList = nullptr;
+    EXPECT_EQ(L"pNodes is NULL!", Thrown([&] { OrvaXmlFindNode(noList, L"p"); }));
+    EXPECT_EQ(L"pNodes is NULL!", Thrown([&] { OrvaXmlFindNode(noList, L"n", L"1"); }));
+    EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(list.Get(), L"P"); }));
+    EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(&nodes, L"n", L""); }));
+    EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(list.Get(), [](IXMLDOMNode*) { return false; }); }));
+
+    const OrvaXmlNodeArray refusing = {tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root))};
+    OrvaXmlStringArray names;
+    EXPECT_EQ(L"get_Attributes failed!", Thrown([&] { OrvaXmlFindNode(&refusing, L"n", L"1"); }));
+    EXPECT_EQ(L"_com_error = No IErrorInfo recorded - Error is undefined!",
+              Thrown([&] { OrvaXmlGetNodeNames(&refusing, &names); }));
+}
+
+TEST_F(XmlHelpers, ExceptionsBecomeOneText) {
+    const auto document = RealDocument(L"<r><p/></r>");
+    const OrvaXmlNodeArray nodes = OrvaXmlGetDocumentChildren(document.Get());
+    const struct {
+        const wchar_t* text;
+        std::function<void()> raise;
+    } cases[] = {
+        {L"COM Error:No IErrorInfo recorded - Error is undefined!", [] { throw _com_error(E_FAIL); }},
+        {L"COM Error:The gate is shut",
+         [] { throw _com_error(E_FAIL, ErrorInformation(L"The gate is shut").Detach()); }},
+        {L"Exception in predicate():\nfirst\nsecond", [] { throw CString(L"first\nsecond"); }},
+        {L"Exception in predicate():\npDoc is NULL!", [] { OrvaXmlGetDocumentChildren(nullptr); }},
+        {L"Unhandled Exception!", [] { throw 7; }},
+        {L"Unhandled Exception!", [] { throw std::bad_alloc(); }},
+        {L"Unhandled Exception!", [] { AfxThrowFileException(CFileException::diskFull); }},
+    };
+    for (const auto& test : cases) {
+        EXPECT_EQ(test.text, Thrown([&] {
+                      OrvaXmlFindNode(&nodes, [&](IXMLDOMNode*) {
+                          test.raise();
+                          return true;
+                      });
+                  }));
+    }
+    EXPECT_EQ(L"Unhandled Exception!", Thrown([&] { OrvaXmlFindNode(&nodes, std::function<bool(IXMLDOMNode*)>()); }));
+}
