@@ -31,11 +31,11 @@ void ForEachNode(const OrvaXmlNodeArray* nodes, Visit&& visit) {
 }
 
 /// Name of a node; false when it has none.
-inline bool ReadName(IXMLDOMNode* node, UniqueBstr& name) noexcept {
+inline bool ReadName(IXMLDOMNode* node, UniqueBstr& name) {
     return node != nullptr && SUCCEEDED(node->get_nodeName(name.Put())) && name;
 }
 
-inline bool HasName(IXMLDOMNode* node, const CString& wanted) noexcept {
+inline bool HasName(IXMLDOMNode* node, const CString& wanted) {
     UniqueBstr name;
     return ReadName(node, name) && wanted.Compare(name.Get()) == 0;
 }
@@ -87,7 +87,7 @@ inline OrvaXmlAttributeArray ReadAll(IXMLDOMNamedNodeMap* attributes) {
 }
 
 /// Root element of a document; empty when it has none.
-inline ComPtr<IXMLDOMElement> RootElement(IXMLDOMDocument* document) noexcept {
+inline ComPtr<IXMLDOMElement> RootElement(IXMLDOMDocument* document) {
     ComPtr<IXMLDOMElement> root;
     if (FAILED(document->get_documentElement(root.GetAddressOf()))) root.Reset();
     return root;

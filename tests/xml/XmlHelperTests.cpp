@@ -60,8 +60,9 @@ public:
     explicit RefusingDocument(const wchar_t* content = nullptr) : ForwardingDocument(RealDocument(content)) {}
 
     STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override {
-        if (interfaceId == IID_ISupportErrorInfo && errorSupport != nullptr) {
+        if (interfaceId == IID_ISupportErrorInfo) {
             *object = errorSupport;
+            if (errorSupport == nullptr) return E_NOINTERFACE;
             errorSupport->AddRef();
             return S_OK;
         }
@@ -205,7 +206,7 @@ TEST_F(XmlHelpers, CreateFileTexts) {
         OrvaXmlStringArray nodes;
         HRESULT RefusingDocument::*refuses;
     } cases[] = {
-        {L"InstructionsIndex >= InstructionsSize!", {L"xml", L"v", L"odd"}, {L"r"}, nullptr},
+        {L"InstructionsIndex >= InstructionsSize!", {L"xml", L"version='1.0'", L"odd"}, {L"r"}, nullptr},
         {L"InstructionsIndex >= InstructionsSize!", {L""}, {L"r"}, nullptr},
         {L"CurNodeName is empty!", {L"", L""}, {L"r"}, nullptr},
         {L"CurNodeValue is empty!", {L"xml", L""}, {L"r"}, nullptr},
