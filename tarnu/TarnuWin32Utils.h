@@ -22,11 +22,18 @@
 #include "tarnu/paths/OrvaPath.h"
 
 // filesystem: walkers, modification tracking, file events, folder picker
-#include "tarnu/filesystem/OrvaFileModifiedManager.h"
-#include "tarnu/filesystem/OrvaFileModifiedStatus.h"
+#include "tarnu/filesystem/OrvaBasicFileMatcher.h"
+#include "tarnu/filesystem/OrvaBFSDirectoryTree.h"
+#include "tarnu/filesystem/OrvaBFSFileTree.h"
+#include "tarnu/filesystem/OrvaDFSDirectoryTree.h"
+#include "tarnu/filesystem/OrvaDFSFileTree.h"
 #include "tarnu/filesystem/OrvaFileEventListener.h"
 #include "tarnu/filesystem/OrvaFileEventMessages.h"
 #include "tarnu/filesystem/OrvaFileEventServer.h"
+#include "tarnu/filesystem/OrvaFileMatch.h"
+#include "tarnu/filesystem/OrvaFileModifiedManager.h"
+#include "tarnu/filesystem/OrvaFileModifiedStatus.h"
+#include "tarnu/filesystem/OrvaWalk.h"
 
 // files: operations on files and trees, report file, stream
 #include "tarnu/files/OrvaFileOperations.h"

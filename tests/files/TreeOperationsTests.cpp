@@ -1,4 +1,4 @@
-#include "files/DirectoryLink.h"
+#include "support/DirectoryLink.h"
 #include "support/HandleCount.h"
 #include "support/TempFolder.h"
 #include "tarnu/files/OrvaTreeOperations.h"

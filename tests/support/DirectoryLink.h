@@ -1,7 +1,7 @@
 /// @file
 /// A link to a directory, for tests, as far as the system can make one.
-#ifndef TARNU_TESTS_FILES_DIRECTORYLINK_H
-#define TARNU_TESTS_FILES_DIRECTORYLINK_H
+#ifndef TARNU_TESTS_SUPPORT_DIRECTORYLINK_H
+#define TARNU_TESTS_SUPPORT_DIRECTORYLINK_H
 
 #include "support/Wait.h"
 #include "tarnu/support/Owners.h"
@@ -75,4 +75,4 @@ private:
 
 } // namespace tarnu::test
 
-#endif // TARNU_TESTS_FILES_DIRECTORYLINK_H
+#endif // TARNU_TESTS_SUPPORT_DIRECTORYLINK_H

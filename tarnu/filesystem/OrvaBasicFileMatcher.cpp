@@ -1,0 +1,96 @@
+#include "tarnu/filesystem/OrvaBasicFileMatcher.h"
+
+#include "tarnu/support/ExtendedPath.h"
+#include "tarnu/support/Owners.h"
+
+using tarnu::support::UniqueFindHandle;
+
+namespace {
+
+constexpr DWORD directoriesOnly = 0x10;
+constexpr DWORD visibleDirectoriesOnly = 0x2090;
+
+bool IsDots(const wchar_t* name) noexcept {
+    return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
+}
+
+} // namespace
+
+OrvaBasicFileMatcher::OrvaBasicFileMatcher() = default;
+
+OrvaBasicFileMatcher::~OrvaBasicFileMatcher() {
+    OrvaBasicFileMatcher::Close();
+}
+
+void OrvaBasicFileMatcher::Close() {
+    m_directory = OrvaPath();
+    m_pattern = OrvaPath();
+    m_attributeFilter = 0;
+    m_isFound = FALSE;
+    const UniqueFindHandle find(m_find); // closes it
+    m_find = INVALID_HANDLE_VALUE;
+}
+
+void OrvaBasicFileMatcher::Open(const wchar_t* directory, const wchar_t* pattern, DWORD attributeFilter) {
+    const OrvaPath newDirectory(directory); // copies first: the texts may be this matcher's own
+    const OrvaPath newPattern(pattern);
+    Close();
+    m_directory = newDirectory;
+    m_pattern = newPattern;
+    m_attributeFilter = attributeFilter;
+
+    const OrvaPath search = m_directory / m_pattern;
+    const bool isLimited = attributeFilter == directoriesOnly || attributeFilter == visibleDirectoriesOnly;
+    m_find = ::FindFirstFileExW(tarnu::support::SystemPath(search).Get(), FindExInfoStandard, &m_findData,
+                                isLimited ? FindExSearchLimitToDirectories : FindExSearchNameMatch,
+                                /*lpSearchFilter=*/nullptr, /*dwAdditionalFlags=*/0);
+    if (m_find != INVALID_HANDLE_VALUE) Examine(TRUE);
+}
+
+void OrvaBasicFileMatcher::Next() {
+    m_isFound = FALSE;
+    if (m_find != INVALID_HANDLE_VALUE) Examine(::FindNextFileW(m_find, &m_findData));
+}
+
+/// Stops on the first entry that passes, from the one just read on.
+void OrvaBasicFileMatcher::Examine(BOOL hasEntry) {
+    for (; hasEntry; hasEntry = ::FindNextFileW(m_find, &m_findData)) {
+        if (m_skipDots != 0 && IsDots(m_findData.cFileName)) continue;
+        if (OrvaMatchFileAttributes(m_attributeFilter, m_findData.dwFileAttributes)) {
+            m_isFound = TRUE;
+            return;
+        }
+    }
+}
+
+BOOL OrvaBasicFileMatcher::IsFound() const {
+    return m_isFound;
+}
+
+OrvaPath& OrvaBasicFileMatcher::GetPath(OrvaPath& path) const {
+    path = m_directory;
+    if (m_isFound) path.JoinInPlace(m_findData.cFileName);
+    return path;
+}
+
+OrvaPath& OrvaBasicFileMatcher::GetName(OrvaPath& name) const {
+    name = m_isFound ? m_findData.cFileName : L"";
+    return name;
+}
+
+OrvaPath& OrvaBasicFileMatcher::GetDirectory(OrvaPath& directory) const {
+    directory = m_directory;
+    return directory;
+}
+
+void OrvaBasicFileMatcher::SetSkipDots(DWORD skipDots) {
+    m_skipDots = skipDots;
+}
+
+DWORD OrvaBasicFileMatcher::GetSkipDots() const {
+    return m_skipDots;
+}
+
+const WIN32_FIND_DATAW* OrvaBasicFileMatcher::GetFindData() const {
+    return &m_findData;
+}

@@ -1,0 +1,48 @@
+/// @file
+/// OrvaBasicFileMatcher: the entries of one directory.
+#ifndef TARNU_FILESYSTEM_ORVABASICFILEMATCHER_H
+#define TARNU_FILESYSTEM_ORVABASICFILEMATCHER_H
+
+#include "tarnu/filesystem/OrvaFileMatch.h"
+
+/// Lists the entries of one directory that match a pattern and an attribute filter, in the order in which the system
+/// returns them. A junction or a link to a directory counts as a directory. Threads and ownership as in OrvaFileMatch.
+class TARNU_API OrvaBasicFileMatcher : public OrvaFileMatch {
+public:
+    OrvaBasicFileMatcher();
+    ~OrvaBasicFileMatcher() override;
+
+    void Close() override;
+    void Open(const wchar_t* directory, const wchar_t* pattern, DWORD attributeFilter) override;
+    void Next() override;
+    BOOL IsFound() const override;
+    /// The directory joined with the current entry's name; the bare directory when none is found.
+    OrvaPath& GetPath(OrvaPath& path) const override;
+    /// The current entry's name; empty when none is found.
+    OrvaPath& GetName(OrvaPath& name) const override;
+    OrvaPath& GetDirectory(OrvaPath& directory) const override;
+
+    /// Whether "." and ".." are passed over (nonzero, as constructed) or reported when they pass the filter (0).
+    /// The setting survives Close.
+    void SetSkipDots(DWORD skipDots);
+    DWORD GetSkipDots() const;
+
+    /// The record of the current entry, with sizes and times; zero-filled before the first. It belongs to the matcher
+    /// and is valid as long as that lives.
+    const WIN32_FIND_DATAW* GetFindData() const;
+
+private:
+    friend class OrvaDFSDirectoryTree; // stands on directories that it does not list
+
+    void Examine(BOOL hasEntry);
+
+    OrvaPath m_directory;
+    OrvaPath m_pattern;
+    DWORD m_attributeFilter = 0;
+    BOOL m_isFound = FALSE;
+    HANDLE m_find = INVALID_HANDLE_VALUE;
+    WIN32_FIND_DATAW m_findData{};
+    DWORD m_skipDots = 1;
+};
+
+#endif // TARNU_FILESYSTEM_ORVABASICFILEMATCHER_H

@@ -1,0 +1,85 @@
+/// @file
+/// OrvaWalk: any walk over file-system entries as a range.
+#ifndef TARNU_FILESYSTEM_ORVAWALK_H
+#define TARNU_FILESYSTEM_ORVAWALK_H
+
+#include "tarnu/filesystem/OrvaBasicFileMatcher.h"
+#include "tarnu/filesystem/OrvaBFSFileTree.h"
+#include "tarnu/filesystem/OrvaDFSFileTree.h"
+
+#include <cstddef>
+#include <iterator>
+#include <type_traits>
+
+/// One entry of a walk.
+struct OrvaFileEntry {
+    OrvaPath path; ///< full path
+    OrvaPath name; ///< as OrvaFileMatch::GetName: the bare name, or the path relative to the tree's root
+    /// Sizes, times and attributes; null for walks that keep none (directory trees). Valid until the walk moves on.
+    const WIN32_FIND_DATAW* findData = nullptr;
+};
+
+/// The rest of a walk as an input range, made by OrvaWalk. Only references the walk.
+class OrvaWalkRange {
+public:
+    class Iterator {
+    public:
+        using value_type = OrvaFileEntry;
+        using difference_type = std::ptrdiff_t;
+        using iterator_category = std::input_iterator_tag;
+
+        explicit Iterator(OrvaWalkRange& range) : m_range(&range) {}
+        const OrvaFileEntry& operator*() const { return m_range->m_entry; }
+        const OrvaFileEntry* operator->() const { return &m_range->m_entry; }
+        Iterator& operator++() {
+            m_range->m_matcher->Next();
+            m_range->Read();
+            return *this;
+        }
+        void operator++(int) { ++*this; }
+        friend bool operator==(const Iterator& iterator, std::default_sentinel_t) { return iterator.IsAtEnd(); }
+
+    private:
+        bool IsAtEnd() const { return !m_range->m_matcher->IsFound(); }
+
+        OrvaWalkRange* m_range;
+    };
+
+    OrvaWalkRange(OrvaFileMatch& matcher, const WIN32_FIND_DATAW* findData) : m_matcher(&matcher) {
+        m_entry.findData = findData;
+    }
+    Iterator begin() {
+        Read();
+        return Iterator(*this);
+    }
+    std::default_sentinel_t end() const { return std::default_sentinel; }
+
+private:
+    void Read() {
+        if (!m_matcher->IsFound()) return;
+        m_matcher->GetPath(m_entry.path);
+        m_matcher->GetName(m_entry.name);
+    }
+
+    OrvaFileMatch* m_matcher;
+    OrvaFileEntry m_entry;
+};
+
+/// The entries of an opened walk, from the current one on, for a range-based for loop:
+/// ~~~
+/// OrvaDFSFileTree files;
+/// files.Open(root, L"*", 0x20);
+/// for (const OrvaFileEntry& entry : OrvaWalk(files)) total += entry.findData->nFileSizeLow;
+/// ~~~
+/// The entry is one object that moves along. The walk must outlive the range, and is at its end after the loop.
+template <class Matcher>
+OrvaWalkRange OrvaWalk(Matcher& matcher) {
+    static_assert(std::is_base_of_v<OrvaFileMatch, Matcher>, "OrvaWalk takes a walk derived from OrvaFileMatch");
+    if constexpr (requires { matcher.GetFindData(); }) {
+        return OrvaWalkRange(matcher, matcher.GetFindData());
+    } else {
+        return OrvaWalkRange(matcher, nullptr);
+    }
+}
+
+#endif // TARNU_FILESYSTEM_ORVAWALK_H

@@ -1,0 +1,320 @@
+// Matchers, directory trees and file trees: what they report, in which order, and the state that they leave.
+#include "support/DirectoryLink.h"
+#include "support/HandleCount.h"
+#include "support/TempFolder.h"
+#include "tarnu/filesystem/OrvaBasicFileMatcher.h"
+#include "tarnu/filesystem/OrvaBFSDirectoryTree.h"
+#include "tarnu/filesystem/OrvaBFSFileTree.h"
+#include "tarnu/filesystem/OrvaDFSDirectoryTree.h"
+#include "tarnu/filesystem/OrvaDFSFileTree.h"
+#include "tarnu/filesystem/OrvaWalk.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+using tarnu::test::CountHandles;
+using tarnu::test::DirectoryLink;
+using tarnu::test::TempFolder;
+
+namespace {
+
+using Names = std::vector<std::wstring>;
+
+std::wstring NameOf(const OrvaFileMatch& matcher) {
+    OrvaPath name(L"stale");
+    return std::wstring(matcher.GetName(name));
+}
+std::wstring PathOf(const OrvaFileMatch& matcher) {
+    OrvaPath path(L"stale");
+    return std::wstring(matcher.GetPath(path));
+}
+
+/// The names of a whole walk; every path must be the root joined with the name.
+Names Walked(OrvaFileMatch& matcher, const std::wstring& root, const wchar_t* pattern, DWORD filter) {
+    Names names;
+    for (matcher.Open(root.c_str(), pattern, filter); matcher.IsFound(); matcher.Next()) {
+        names.push_back(NameOf(matcher));
+        EXPECT_EQ(std::wstring(OrvaPath(root) / names.back().c_str()), PathOf(matcher));
+        OrvaPath directory;
+        EXPECT_EQ(root, std::wstring(matcher.GetDirectory(directory)));
+        if (names.size() > 1000) break; // a walk that runs in a circle
+    }
+    return names;
+}
+Names Sorted(Names names) {
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// OrvaMatchFileAttributes
+
+TEST(MatchFileAttributes, EachFieldTestsItsAttribute) {
+    constexpr DWORD attributes[] = {0x20, 0x800, 0x10, 0x2, 0x80, 0x1, 0x4, 0x100};
+    for (unsigned field = 0; field < 8; ++field) {
+        SCOPED_TRACE(field);
+        const DWORD attribute = attributes[field];
+        const DWORD mustBeSet = DWORD{1} << (2 * field);
+        const DWORD mustBeClear = DWORD{2} << (2 * field);
+        EXPECT_EQ(1, OrvaMatchFileAttributes(mustBeSet, attribute));
+        EXPECT_EQ(1, OrvaMatchFileAttributes(mustBeSet, 0xFFFFFFFF));
+        EXPECT_EQ(0, OrvaMatchFileAttributes(mustBeSet, ~attribute));
+        EXPECT_EQ(0, OrvaMatchFileAttributes(mustBeClear, attribute));
+        EXPECT_EQ(1, OrvaMatchFileAttributes(mustBeClear, ~attribute));
+        EXPECT_EQ(0, OrvaMatchFileAttributes(mustBeSet | mustBeClear, attribute));
+        EXPECT_EQ(0, OrvaMatchFileAttributes(mustBeSet | mustBeClear, ~attribute));
+    }
+}
+
+TEST(MatchFileAttributes, FieldsCombineAndUpperBitsAreIgnored) {
+    EXPECT_EQ(1, OrvaMatchFileAttributes(0, 0));
+    EXPECT_EQ(1, OrvaMatchFileAttributes(0, 0xFFFFFFFF));
+    EXPECT_EQ(1, OrvaMatchFileAttributes(0xFFFF0000, 0x37));
+    EXPECT_EQ(1, OrvaMatchFileAttributes(0x2090, FILE_ATTRIBUTE_DIRECTORY));
+    EXPECT_EQ(0, OrvaMatchFileAttributes(0x2090, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_HIDDEN));
+    EXPECT_EQ(0, OrvaMatchFileAttributes(0x2090, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_SYSTEM));
+    EXPECT_EQ(0, OrvaMatchFileAttributes(0x2090, FILE_ATTRIBUTE_ARCHIVE));
+}
+
+// OrvaBasicFileMatcher
+
+TEST(BasicFileMatcher, ListsByPatternAndFilter) {
+    const TempFolder folder;
+    folder.MakeFile(L"a.txt", "12345");
+    folder.MakeFile(L"b.xml");
+    folder.MakeFile(L"hidden.txt");
+    folder.MakeFolder(L"sub.txt");
+    ::SetFileAttributesW((folder / L"hidden.txt").c_str(), FILE_ATTRIBUTE_HIDDEN);
+
+    OrvaBasicFileMatcher matcher;
+    EXPECT_EQ((Names{L"a.txt", L"b.xml", L"hidden.txt", L"sub.txt"}), Sorted(Walked(matcher, folder.Path(), L"*", 0)));
+    EXPECT_EQ((Names{L"a.txt", L"hidden.txt"}), Sorted(Walked(matcher, folder.Path(), L"*.txt", 0x20)));
+    EXPECT_EQ((Names{L"sub.txt"}), Walked(matcher, folder.Path(), L"*", 0x10));
+    EXPECT_EQ((Names{L"sub.txt"}), Walked(matcher, folder.Path(), L"*.txt", 0x2090));
+    EXPECT_EQ((Names{L"a.txt"}), Walked(matcher, folder.Path(), L"*.txt", 0xA0)); // no directory, not hidden
+    EXPECT_EQ(Names{}, Walked(matcher, folder.Path(), L"*", 0x30));
+    EXPECT_EQ(Names{}, Walked(matcher, folder.Path(), L"*.none", 0));
+    EXPECT_EQ(Names{}, Walked(matcher, folder / L"missing", L"*", 0));
+
+    matcher.Open(folder.Path().c_str(), L"a.*", 0);
+    ASSERT_TRUE(matcher.IsFound());
+    EXPECT_STREQ(L"a.txt", matcher.GetFindData()->cFileName);
+    EXPECT_EQ(5u, matcher.GetFindData()->nFileSizeLow);
+}
+
+TEST(BasicFileMatcher, ReportsDotsOnlyWhenAsked) {
+    const TempFolder folder;
+    folder.MakeFile(L"..a");
+    folder.MakeFile(L".b");
+    OrvaBasicFileMatcher matcher;
+    EXPECT_EQ(1u, matcher.GetSkipDots());
+    EXPECT_EQ((Names{L"..a", L".b"}), Sorted(Walked(matcher, folder.Path(), L"*", 0)));
+    matcher.SetSkipDots(0);
+    EXPECT_EQ(0u, matcher.GetSkipDots());
+    Names names;
+    for (matcher.Open(folder.Path().c_str(), L"*", 0x10); matcher.IsFound(); matcher.Next())
+        names.push_back(NameOf(matcher));
+    EXPECT_EQ((Names{L".", L".."}), Sorted(names));
+}
+
+TEST(BasicFileMatcher, EndsOnTheBareDirectoryAndCanBeReopened) {
+    const TempFolder folder;
+    folder.MakeFile(L"only");
+    OrvaBasicFileMatcher matcher;
+    EXPECT_FALSE(matcher.IsFound());
+    EXPECT_EQ(L"", PathOf(matcher));
+    matcher.Next(); // nothing is open
+    EXPECT_FALSE(matcher.IsFound());
+
+    matcher.Open(folder.Path().c_str(), L"*", 0);
+    matcher.Next();
+    EXPECT_FALSE(matcher.IsFound());
+    EXPECT_EQ(L"", NameOf(matcher));
+    EXPECT_EQ(folder.Path(), PathOf(matcher));
+    matcher.Next();
+    EXPECT_FALSE(matcher.IsFound());
+
+    // Its own directory as the argument: Open closes first, which empties it.
+    OrvaPath directory;
+    matcher.GetDirectory(directory);
+    matcher.Open(directory, L"*", 0);
+    EXPECT_TRUE(matcher.IsFound());
+    matcher.Close();
+    EXPECT_FALSE(matcher.IsFound());
+    EXPECT_EQ(L"", PathOf(matcher));
+}
+
+TEST(BasicFileMatcher, NullTextsHaveNoEntries) {
+    OrvaBasicFileMatcher matcher;
+    matcher.Open(nullptr, nullptr, 0);
+    EXPECT_FALSE(matcher.IsFound());
+}
+
+// Directory trees
+
+TEST(BFSDirectoryTree, GoesLevelByLevelRootFirst) {
+    const TempFolder folder;
+    folder.MakeFolder(L"a1\\x\\deep");
+    folder.MakeFolder(L"b1\\y");
+    folder.MakeFile(L"a1\\file");
+    OrvaBFSDirectoryTree tree;
+    EXPECT_EQ((Names{L"", L"a1", L"b1", L"a1\\x", L"b1\\y", L"a1\\x\\deep"}), Walked(tree, folder.Path(), L"*", 0));
+    // The pattern chooses the top-level branches, which are then walked whole.
+    EXPECT_EQ((Names{L"", L"a1", L"a1\\x", L"a1\\x\\deep"}), Walked(tree, folder.Path(), L"a*", 0));
+    tree.Next();
+    EXPECT_FALSE(tree.IsFound());
+    EXPECT_EQ(L"", NameOf(tree));
+}
+
+TEST(DFSDirectoryTree, GoesDepthFirstRootLast) {
+    const TempFolder folder;
+    folder.MakeFolder(L"a1\\x\\deep");
+    folder.MakeFolder(L"a1\\z");
+    folder.MakeFolder(L"b1");
+    OrvaDFSDirectoryTree tree;
+    EXPECT_EQ((Names{L"a1\\x\\deep", L"a1\\x", L"a1\\z", L"a1", L"b1", L""}), Walked(tree, folder.Path(), L"*", 0));
+    // The pattern applies at every level: nothing below a1 begins with an a.
+    EXPECT_EQ((Names{L"a1", L""}), Walked(tree, folder.Path(), L"a*", 0));
+    tree.Next();
+    EXPECT_FALSE(tree.IsFound());
+}
+
+TEST(DirectoryTrees, VisitHiddenDirectoriesAndIgnoreTheFilter) {
+    const TempFolder folder;
+    folder.MakeFile(L"file");
+    folder.MakeFolder(L"shown");
+    ::SetFileAttributesW(folder.MakeFolder(L"secret").c_str(), FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
+    OrvaBFSDirectoryTree breadthFirst;
+    OrvaDFSDirectoryTree depthFirst;
+    for (const DWORD filter : {0u, 0x20u, 0x2090u, 0x30u}) {
+        SCOPED_TRACE(filter);
+        EXPECT_EQ((Names{L"", L"secret", L"shown"}), Sorted(Walked(breadthFirst, folder.Path(), L"*", filter)));
+        EXPECT_EQ((Names{L"", L"secret", L"shown"}), Sorted(Walked(depthFirst, folder.Path(), L"*", filter)));
+    }
+}
+
+TEST(DirectoryTrees, ReportAMissingRootOnce) {
+    const TempFolder folder;
+    const std::wstring missing = folder / L"missing";
+    OrvaBFSDirectoryTree breadthFirst;
+    OrvaDFSDirectoryTree depthFirst;
+    OrvaBFSFileTree breadthFirstFiles;
+    OrvaDFSFileTree depthFirstFiles;
+    EXPECT_EQ(Names{L""}, Walked(breadthFirst, missing, L"*", 0));
+    EXPECT_EQ(Names{L""}, Walked(depthFirst, missing, L"*", 0));
+    EXPECT_EQ(Names{}, Walked(breadthFirstFiles, missing, L"*", 0));
+    EXPECT_EQ(Names{}, Walked(depthFirstFiles, missing, L"*", 0));
+}
+
+// File trees
+
+TEST(FileTrees, ReportFilesInTheOrderOfTheirDirectories) {
+    const TempFolder folder;
+    for (const wchar_t* file : {L"root.txt", L"a\\1.txt", L"a\\x\\deep.txt", L"b\\y\\only.txt", L"b\\other.xml"})
+        folder.MakeFile(file);
+    folder.MakeFolder(L"empty\\more");
+    OrvaBFSFileTree breadthFirst;
+    OrvaDFSFileTree depthFirst;
+    EXPECT_EQ((Names{L"root.txt", L"a\\1.txt", L"a\\x\\deep.txt", L"b\\y\\only.txt"}),
+              Walked(breadthFirst, folder.Path(), L"*.txt", 0x20));
+    EXPECT_EQ((Names{L"a\\x\\deep.txt", L"a\\1.txt", L"b\\y\\only.txt", L"root.txt"}),
+              Walked(depthFirst, folder.Path(), L"*.txt", 0x20));
+    EXPECT_EQ(Names{L"b\\other.xml"}, Walked(depthFirst, folder.Path(), L"*.xml", 0x20));
+    EXPECT_EQ(Names{}, Walked(breadthFirst, folder.Path(), L"*.none", 0x20));
+    // A filter that admits directories reports them, too.
+    EXPECT_EQ((Names{L"a", L"a\\x", L"b", L"b\\y", L"empty", L"empty\\more"}),
+              Sorted(Walked(breadthFirst, folder.Path(), L"*", 0x10)));
+}
+
+TEST(FileTrees, WalkBelowTheLimitOf260Characters) {
+    const TempFolder folder;
+    const std::wstring part(60, L'd');
+    const std::wstring deep = part + L"\\" + part + L"\\" + part + L"\\" + part + L"\\" + part;
+    folder.MakeFile(deep + L"\\file");
+    ASSERT_GT((folder / deep).size(), size_t{300});
+    OrvaBFSFileTree breadthFirst;
+    OrvaDFSFileTree depthFirst;
+    EXPECT_EQ(Names{deep + L"\\file"}, Walked(breadthFirst, folder.Path(), L"*", 0x20));
+    EXPECT_EQ(Names{deep + L"\\file"}, Walked(depthFirst, folder.Path(), L"*", 0x20));
+}
+
+TEST(FileTrees, DoNotEnterLinksToAncestors) {
+    const TempFolder folder;
+    folder.MakeFile(L"top\\inner\\file");
+    folder.MakeFile(L"beside\\other");
+    const DirectoryLink up(folder / L"top\\inner\\up", folder / L"top");
+    const DirectoryLink across(folder / L"top\\across", folder / L"beside");
+    if (!up.Exists() || !across.Exists()) GTEST_SKIP() << "no directory links can be made here";
+    // Started below the link's target: the ancestors of a link do not end at the root of the walk.
+    for (const wchar_t* root : {L"top", L"top\\inner"}) {
+        SCOPED_TRACE(root);
+        const bool isWhole = root == std::wstring(L"top");
+        const Names directories = isWhole ? Names{L"", L"across", L"inner", L"inner\\up"} : Names{L"", L"up"};
+        const Names files = isWhole ? Names{L"across\\other", L"inner\\file"} : Names{L"file"};
+        OrvaBFSDirectoryTree breadthFirst;
+        OrvaDFSDirectoryTree depthFirst;
+        OrvaBFSFileTree breadthFirstFiles;
+        OrvaDFSFileTree depthFirstFiles;
+        EXPECT_EQ(directories, Sorted(Walked(breadthFirst, folder / root, L"*", 0)));
+        EXPECT_EQ(directories, Sorted(Walked(depthFirst, folder / root, L"*", 0)));
+        EXPECT_EQ(files, Sorted(Walked(breadthFirstFiles, folder / root, L"*", 0x20)));
+        EXPECT_EQ(files, Sorted(Walked(depthFirstFiles, folder / root, L"*", 0x20)));
+    }
+}
+
+TEST(FileTrees, ReleaseAllHandlesInTheMiddleOfAWalk) {
+    const TempFolder folder;
+    for (const wchar_t* file : {L"a\\b\\c\\d\\1", L"a\\b\\c\\d\\2", L"a\\b\\3", L"e\\4"})
+        folder.MakeFile(file);
+    const unsigned before = CountHandles();
+    for (int entries = 0; entries < 4; ++entries) {
+        OrvaBFSFileTree breadthFirst;
+        auto depthFirst = std::make_unique<OrvaDFSFileTree>();
+        breadthFirst.Open(folder.Path().c_str(), L"*", 0x20);
+        depthFirst->Open(folder.Path().c_str(), L"*", 0x20);
+        for (int entry = 0; entry < entries; ++entry) {
+            breadthFirst.Next();
+            depthFirst->Next();
+        }
+        breadthFirst.Open(folder.Path().c_str(), L"*", 0x20); // reopened in the middle
+        std::unique_ptr<OrvaFileMatch> base(std::move(depthFirst));
+    }
+    EXPECT_EQ(before, CountHandles());
+}
+
+// OrvaWalk
+
+TEST(Walk, IsARangeOverTheRestOfAWalk) {
+    const TempFolder folder;
+    folder.MakeFile(L"1", "x");
+    folder.MakeFile(L"sub\\2", "yy");
+    OrvaBFSFileTree files;
+    files.Open(folder.Path().c_str(), L"*", 0x20);
+    Names names;
+    DWORD total = 0;
+    for (const OrvaFileEntry& entry : OrvaWalk(files)) {
+        names.push_back(std::wstring(entry.name));
+        EXPECT_EQ(folder / names.back(), std::wstring(entry.path));
+        ASSERT_NE(nullptr, entry.findData);
+        total += entry.findData->nFileSizeLow;
+    }
+    EXPECT_EQ((Names{L"1", L"sub\\2"}), names);
+    EXPECT_EQ(3u, total);
+    for (const OrvaFileEntry& entry : OrvaWalk(files))
+        ADD_FAILURE() << "the walk is at its end, yet there is " << entry.name.GetText().GetLength();
+
+    OrvaBFSDirectoryTree directories;
+    directories.Open(folder.Path().c_str(), L"*", 0);
+    directories.Next();
+    OrvaFileMatch& base = directories;
+    names.clear();
+    for (const OrvaFileEntry& entry : OrvaWalk(base)) {
+        names.push_back(std::wstring(entry.name));
+        EXPECT_EQ(nullptr, entry.findData);
+    }
+    EXPECT_EQ(Names{L"sub"}, names);
+}
+
+} // namespace
