@@ -25,6 +25,7 @@
 #include "tarnu/filesystem/OrvaBasicFileMatcher.h"
 #include "tarnu/filesystem/OrvaBFSDirectoryTree.h"
 #include "tarnu/filesystem/OrvaBFSFileTree.h"
+#include "tarnu/filesystem/OrvaBrowseForDirectory.h"
 #include "tarnu/filesystem/OrvaDFSDirectoryTree.h"
 #include "tarnu/filesystem/OrvaDFSFileTree.h"
 #include "tarnu/filesystem/OrvaFileEventListener.h"
