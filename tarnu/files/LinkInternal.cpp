@@ -55,6 +55,10 @@ std::vector<std::byte> ReadReparseData(const wchar_t* path) {
     return data;
 }
 
+bool RemoveEntry(const wchar_t* path, DWORD attributes) noexcept {
+    return ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ::RemoveDirectoryW(path) : ::DeleteFileW(path)) != FALSE;
+}
+
 /// The target of a symbolic link as CreateSymbolicLinkW takes it; empty for malformed data.
 std::wstring TargetOf(const std::vector<std::byte>& data) {
     if (data.size() < sizeof(SymbolicLinkHeader)) return {};
@@ -102,7 +106,7 @@ bool MakeReparsePoint(const wchar_t* path, const std::vector<std::byte>& data, D
         }
     }
     const LastErrorKeeper keeper;
-    RemoveLink(path, attributes);
+    RemoveEntry(path, attributes);
     return false;
 }
 
@@ -124,9 +128,9 @@ bool CopyLink(const wchar_t* source, DWORD attributes, const wchar_t* destinatio
                                                 : MakeReparsePoint(destination, data, attributes);
 }
 
-bool RemoveLink(const wchar_t* path, DWORD attributes) noexcept {
-    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ::RemoveDirectoryW(path) != FALSE
-                                                        : ::DeleteFileW(path) != FALSE;
+bool RemoveLink(const wchar_t* path, DWORD attributes) {
+    // Wine would remove what its links lead to instead; it can't read them as links either.
+    return !ReadReparseData(path).empty() && RemoveEntry(path, attributes);
 }
 
 } // namespace tarnu::support

@@ -19,7 +19,8 @@ bool IsLink(DWORD attributes, DWORD tag) noexcept;
 bool CopyLink(const wchar_t* source, DWORD attributes, const wchar_t* destination);
 
 /// Removes a link; what it leads to stays.
-bool RemoveLink(const wchar_t* path, DWORD attributes) noexcept;
+/// @return false, with the last error set, when it failed, or when the link can't be read as one
+bool RemoveLink(const wchar_t* path, DWORD attributes);
 
 } // namespace tarnu::support
 

@@ -445,6 +445,7 @@ private:
             ::SetFileAttributesW(m_path.c_str(), entry.attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
         }
         const DWORD error = Try(m_path, [&] {
+            if (entry.IsLink()) return RemoveLink(m_path.c_str(), entry.attributes);
             return (entry.IsDirectory() ? ::RemoveDirectoryW(m_path.c_str()) : ::DeleteFileW(m_path.c_str())) != FALSE;
         });
         if (error == ERROR_SUCCESS) {

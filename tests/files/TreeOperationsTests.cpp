@@ -477,6 +477,19 @@ TEST_F(TreeOperations, ARootThatIsALinkIsTheLink) {
     EXPECT_EQ(TreeOf(target), (Tree{{L"kept", "kept"}}));
 }
 
+TEST_F(TreeOperations, AnEmptyTargetOfALinkStaysToo) {
+    const TempFolder folder;
+    const std::wstring target = folder.MakeFolder(L"target");
+    folder.MakeFolder(L"tree");
+    const DirectoryLink link(folder / L"tree\\link", target);
+    if (!link.Exists()) GTEST_SKIP() << "this system lets nobody make links here";
+    EXPECT_EQ(Remove(folder / L"tree"), DirectoryLink::IsWine() ? 1 : 0);
+    if (DirectoryLink::IsWine()) {
+        EXPECT_EQ(failures, (Failures{{folder / L"tree\\link", ERROR_NOT_A_REPARSE_POINT}}));
+    }
+    EXPECT_TRUE(Exists(target));
+}
+
 TEST_F(TreeOperations, ReportsProgressOfEveryEntry) {
     const TempFolder folder;
     const std::wstring source = folder.MakeFolder(L"source");

@@ -12,19 +12,20 @@
 namespace tarnu::test {
 
 /// Makes a link to a directory and takes it away again. On Windows that is a symbolic link, which may take a privilege.
-/// Wine's own links can't be read back, so there the host's ln makes one; Wine shows it as a reparse point that it can
-/// neither read nor remove.
+/// Wine's own links can't be read back, so there the host's ln makes one; Wine shows it as a reparse point that it
+/// can't read, and takes a removal for one of the target.
 class DirectoryLink {
 public:
-    DirectoryLink(std::wstring path, const std::wstring& target) : m_path(std::move(path)) {
+    DirectoryLink(std::wstring path, std::wstring target) : m_path(std::move(path)), m_target(std::move(target)) {
         if (IsWine()) {
-            RunOnHost(L"ln", L"-s " + HostPath(target) + L" " + HostPath(m_path));
+            RunOnHost(L"ln", L"-s " + HostPath(m_target) + L" " + HostPath(m_path));
             WaitUntil([this] { return Exists(); });
         } else {
-            ::CreateSymbolicLinkW(m_path.c_str(), target.c_str(), SYMBOLIC_LINK_FLAG_DIRECTORY);
+            ::CreateSymbolicLinkW(m_path.c_str(), m_target.c_str(), SYMBOLIC_LINK_FLAG_DIRECTORY);
         }
     }
     ~DirectoryLink() {
+        ::CreateDirectoryW(m_target.c_str(), nullptr); // under Wine a link that leads nowhere can't be seen
         if (!Exists()) return;
         if (IsWine()) {
             RunOnHost(L"rm", L"-f " + HostPath(m_path));
@@ -71,6 +72,7 @@ private:
     }
 
     std::wstring m_path;
+    std::wstring m_target;
 };
 
 } // namespace tarnu::test
