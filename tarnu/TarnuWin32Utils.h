@@ -50,10 +50,15 @@
 #include "tarnu/memory/OrvaHeapGrowthProbe.h"
 
 // geometry: point strings, face and point readers
+#include "tarnu/geometry/OrvaArrayPointReader.h"
+#include "tarnu/geometry/OrvaMultiPolyFaceReader.h"
+#include "tarnu/geometry/OrvaMultiTriFaceReader.h"
 #include "tarnu/geometry/OrvaPointMarker.h"
 #include "tarnu/geometry/OrvaPointNumbers.h"
 #include "tarnu/geometry/OrvaPointRanges.h"
 #include "tarnu/geometry/OrvaPointString.h"
+#include "tarnu/geometry/OrvaSingleFaceReader.h"
+#include "tarnu/geometry/OrvaSinglePointReader.h"
 #include "tarnu/geometry/OrvaSortedPointString.h"
 #include "tarnu/geometry/OrvaUnsortedPointString.h"
 

@@ -1,0 +1,3 @@
+#include "tarnu/geometry/OrvaFaceReader.h"
+
+OrvaFaceReader::~OrvaFaceReader() = default;

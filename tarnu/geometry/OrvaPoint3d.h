@@ -1,0 +1,15 @@
+/// @file
+/// OrvaPoint3d: a point in space.
+#ifndef TARNU_GEOMETRY_ORVAPOINT3D_H
+#define TARNU_GEOMETRY_ORVAPOINT3D_H
+
+/// Three coordinates; x and y span the plan.
+struct OrvaPoint3d {
+    double x = 0;
+    double y = 0;
+    double z = 0;
+
+    friend bool operator==(const OrvaPoint3d&, const OrvaPoint3d&) = default;
+};
+
+#endif // TARNU_GEOMETRY_ORVAPOINT3D_H

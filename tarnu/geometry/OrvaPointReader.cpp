@@ -1,0 +1,3 @@
+#include "tarnu/geometry/OrvaPointReader.h"
+
+OrvaPointReader::~OrvaPointReader() = default;

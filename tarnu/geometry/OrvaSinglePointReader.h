@@ -1,0 +1,29 @@
+/// @file
+/// OrvaSinglePointReader: a point reader over one point.
+#ifndef TARNU_GEOMETRY_ORVASINGLEPOINTREADER_H
+#define TARNU_GEOMETRY_ORVASINGLEPOINTREADER_H
+
+#include "tarnu/geometry/OrvaPoint3d.h"
+#include "tarnu/geometry/OrvaPointReader.h"
+
+/// Delivers one point.
+///
+/// Threads: one reader belongs to one thread at a time.
+/// Ownership: owns its point.
+class TARNU_API OrvaSinglePointReader : public OrvaPointReader {
+public:
+    OrvaSinglePointReader(double x, double y, double z) noexcept;
+    ~OrvaSinglePointReader() override;
+
+    bool Probe(void* argument) override;
+    bool ReadPoint(double* x, double* y, double* z, bool* atEnd) override;
+    void Reset() override;
+    /// Always 1.
+    UINT GetPointCount() const override;
+
+private:
+    OrvaPoint3d m_point;
+    bool m_delivered = false;
+};
+
+#endif // TARNU_GEOMETRY_ORVASINGLEPOINTREADER_H
