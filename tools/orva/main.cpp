@@ -20,6 +20,7 @@ void AddDeleteCommand(CLI::App& program, Action& action);
 void AddReportCommand(CLI::App& program, Action& action);
 void AddModifiedCommand(CLI::App& program, Action& action);
 void AddWatchCommand(CLI::App& program, Action& action);
+void AddBrowseCommand(CLI::App& program, Action& action);
 
 namespace {
 
@@ -27,7 +28,7 @@ using AddCommand = void (*)(CLI::App& program, Action& action);
 
 constexpr AddCommand commands[] = {
     nullptr,           &AddCopyCommand,     &AddMoveCommand,  &AddDeleteCommand,
-    &AddReportCommand, &AddModifiedCommand, &AddWatchCommand,
+    &AddReportCommand, &AddModifiedCommand, &AddWatchCommand, &AddBrowseCommand,
 };
 
 int Run(const std::vector<std::string>& arguments) {
