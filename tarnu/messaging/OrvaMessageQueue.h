@@ -18,8 +18,8 @@
 /// while (queue.Get(message) == OrvaServerSuccess) delete message;
 /// ~~~
 ///
-/// Threads: Post, PostClose and Close may be called on any thread; Peek and Get on the owning thread only. The queue
-/// may be destroyed on any thread that no other one disturbs, also while calls are on their way.
+/// Threads: Post, PostClose and Close may be called on any thread; Peek and Get on the owning thread only. The queue is
+/// destroyed on the owning thread, or while that one runs no procedure calls; calls may still be on their way to it.
 /// Ownership: callback and thread handle are borrowed. The queue never deletes a message: take out what is left before
 /// it is destroyed.
 class TARNU_API OrvaMessageQueue {

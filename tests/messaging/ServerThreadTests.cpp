@@ -5,6 +5,7 @@
 #include "tarnu/messaging/OrvaSocket.h"
 #include "tarnu/support/Owners.h"
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <gtest/gtest.h>
@@ -201,37 +202,49 @@ TEST_F(ServerThread, AHandlerMayAddAndRemoveOnItsOwnThread) {
 }
 
 TEST_F(ServerThread, ManyHandlersAllHaveTheirTurn) {
-    constexpr int count = 200;
+    constexpr std::size_t count = 200;
     std::vector<std::unique_ptr<Fate>> fates;
     std::vector<Handler*> handlers;
+    std::vector<std::size_t> order; // the server thread's until it has stopped
+    std::atomic<bool> isMeasuring = false;
+    std::atomic<std::size_t> measured = 0;
     m_server.Start();
-    for (int index = 0; index < count; ++index) {
+    for (std::size_t index = 0; index < count; ++index) {
         fates.push_back(std::make_unique<Fate>());
-        handlers.push_back(Add(*fates.back(), /*isManual=*/true));
+        auto* handler = new Handler(*fates.back(), /*isManual=*/true);
+        handler->onSignaled = [&, index] {
+            if (!isMeasuring) return;
+            order.push_back(index);
+            measured = order.size();
+        };
+        EXPECT_EQ(OrvaServerSuccess, m_server.AddHandler(handler));
+        handlers.push_back(handler);
+        ::SetEvent(handler->GetHandle()); // stays signalled
     }
-    for (Handler* handler : handlers) // one by one, each alone
-        ::SetEvent(handler->GetHandle());
-    for (int index = 0; index < count; ++index)
-        ASSERT_TRUE(WaitUntil([&] { return fates[static_cast<size_t>(index)]->signaled >= 3; })) << index;
-    // Nobody got far ahead of the others.
-    int least = fates[0]->signaled;
-    int most = least;
-    for (const auto& fate : fates) {
-        least = std::min(least, fate->signaled.load());
-        most = std::max(most, fate->signaled.load());
-    }
-    EXPECT_LE(most, least * 3 + 10);
-    for (std::size_t index = 0; index < handlers.size(); index += 2)
+    for (const auto& fate : fates)
+        ASSERT_TRUE(WaitUntil([&] { return fate->signaled >= 1; }));
+    isMeasuring = true;
+    ASSERT_TRUE(WaitUntil([&] { return measured >= 5 * count; }));
+    isMeasuring = false;
+
+    for (std::size_t index = 0; index < count; index += 2)
         m_server.RemoveHandler(handlers[index]);
-    for (std::size_t index = 0; index < handlers.size(); index += 2)
+    for (std::size_t index = 0; index < count; index += 2)
         ASSERT_TRUE(WaitUntil([&] { return fates[index]->deleted == 1; }));
     const int before = fates[199]->signaled;
     ASSERT_TRUE(WaitUntil([&] { return fates[199]->signaled > before; }));
     Stop();
-    for (std::size_t index = 0; index < handlers.size(); ++index) {
+    for (std::size_t index = 0; index < count; ++index) {
         EXPECT_EQ(1, fates[index]->deleted);
         EXPECT_EQ(index % 2 == 0 ? 0 : 1, fates[index]->closed);
     }
+    // Nobody was called twice before all others had their turn, give or take.
+    std::vector<std::size_t> lastTurn(count, 0);
+    for (std::size_t turn = 0; turn < order.size(); ++turn) {
+        EXPECT_LE(turn - lastTurn[order[turn]], 2 * count);
+        lastTurn[order[turn]] = turn;
+    }
+    EXPECT_GE(*std::min_element(lastTurn.begin(), lastTurn.end()) + 2 * count, order.size());
 }
 
 TEST_F(ServerThread, AQuietServerWithManyHandlersWakesForTheLastOne) {
