@@ -21,14 +21,15 @@ void AddReportCommand(CLI::App& program, Action& action);
 void AddModifiedCommand(CLI::App& program, Action& action);
 void AddWatchCommand(CLI::App& program, Action& action);
 void AddBrowseCommand(CLI::App& program, Action& action);
+void AddPointsCommand(CLI::App& program, Action& action);
 
 namespace {
 
 using AddCommand = void (*)(CLI::App& program, Action& action);
 
 constexpr AddCommand commands[] = {
-    nullptr,           &AddCopyCommand,     &AddMoveCommand,  &AddDeleteCommand,
-    &AddReportCommand, &AddModifiedCommand, &AddWatchCommand, &AddBrowseCommand,
+    nullptr,          &AddCopyCommand,   &AddMoveCommand,   &AddDeleteCommand, &AddReportCommand, &AddModifiedCommand,
+    &AddWatchCommand, &AddBrowseCommand, &AddPointsCommand,
 };
 
 int Run(const std::vector<std::string>& arguments) {
