@@ -22,14 +22,16 @@ void AddModifiedCommand(CLI::App& program, Action& action);
 void AddWatchCommand(CLI::App& program, Action& action);
 void AddBrowseCommand(CLI::App& program, Action& action);
 void AddPointsCommand(CLI::App& program, Action& action);
+void AddXmlCommand(CLI::App& program, Action& action);
+void AddLandXmlCommand(CLI::App& program, Action& action);
 
 namespace {
 
 using AddCommand = void (*)(CLI::App& program, Action& action);
 
 constexpr AddCommand commands[] = {
-    nullptr,          &AddCopyCommand,   &AddMoveCommand,   &AddDeleteCommand, &AddReportCommand, &AddModifiedCommand,
-    &AddWatchCommand, &AddBrowseCommand, &AddPointsCommand,
+    nullptr,          &AddCopyCommand,   &AddMoveCommand,   &AddDeleteCommand, &AddReportCommand,  &AddModifiedCommand,
+    &AddWatchCommand, &AddBrowseCommand, &AddPointsCommand, &AddXmlCommand,    &AddLandXmlCommand,
 };
 
 int Run(const std::vector<std::string>& arguments) {
