@@ -1,0 +1,217 @@
+// orva landxml and orva xml, run as programs: point files good and bad, round trips, and the printed tree.
+
+#include "support/TempFolder.h"
+#include "tarnu/support/Owners.h"
+#include "tarnu/xml/OrvaXml.h"
+#include "tarnu/xml/XmlNumbers.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+
+namespace {
+
+using namespace tarnu::test;
+using tarnu::support::UniqueFileHandle;
+using tarnu::support::UniqueHandle;
+
+struct Outcome {
+    DWORD status = 999;
+    std::string output;
+    std::string errors;
+};
+
+/// Runs the orva that stands beside this program; the arguments are those of a command line.
+Outcome Orva(const TempFolder& folder, const std::wstring& arguments) {
+    wchar_t program[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    std::wstring path = program;
+    path = path.substr(0, path.rfind(L'\\') + 1) + L"orva.exe";
+    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
+    const auto create = [&](const std::wstring& file) {
+        return UniqueFileHandle(::CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS,
+                                              FILE_ATTRIBUTE_NORMAL, nullptr));
+    };
+    UniqueFileHandle output = create(folder / L"output.txt");
+    UniqueFileHandle errors = create(folder / L"errors.txt");
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output.Get();
+    startup.hStdError = errors.Get();
+    PROCESS_INFORMATION information = {};
+    std::wstring line = L"\"" + path + L"\" " + arguments;
+    Outcome outcome;
+    if (!::CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.Path().c_str(),
+                          &startup, &information)) {
+        ADD_FAILURE() << "orva does not start: " << ::GetLastError();
+        return outcome;
+    }
+    const UniqueHandle process(information.hProcess);
+    const UniqueHandle thread(information.hThread);
+    if (::WaitForSingleObject(process.Get(), 120000) != WAIT_OBJECT_0) {
+        ADD_FAILURE() << "orva does not end";
+        ::TerminateProcess(process.Get(), 1);
+        ::WaitForSingleObject(process.Get(), 10000);
+    }
+    ::GetExitCodeProcess(process.Get(), &outcome.status);
+    output.Reset();
+    errors.Reset();
+    outcome.output = ReadFile(folder / L"output.txt");
+    outcome.errors = ReadFile(folder / L"errors.txt");
+    return outcome;
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+TEST(SurveyCommand, EveryCoordinateComesBackToTheLastBit) {
+    const TempFolder folder;
+    std::mt19937_64 random(77);
+    std::string lines;
+    const auto number = [&] {
+        std::string text;
+        double value;
+        do {
+            const std::uint64_t pattern = random();
+            std::memcpy(&value, &pattern, sizeof(value));
+        } while (!(value > -1e300 && value < 1e300));
+        const CString shortest = tarnu::FormatXmlDouble(value);
+        for (int index = 0; index < shortest.GetLength(); ++index)
+            text += static_cast<char>(shortest[index]);
+        return text;
+    };
+    for (int point = 1; point <= 300; ++point) {
+        lines += std::to_string(point) + ',' + number() + ',' + number() + ',' + (point % 7 == 0 ? "" : number()) +
+                 (point % 3 == 0 ? ",\"a, \"\"b\"\" <&> \xC3\xA4\"" : "") + '\n';
+    }
+    folder.MakeFile(L"in.csv", "\xEF\xBB\xBF# heading\r\nNumber,Northing,Easting,Elevation\r\n\r\n" + lines);
+    const Outcome written = Orva(folder, L"landxml in.csv out.xml");
+    EXPECT_EQ(0u, written.status) << written.errors;
+    EXPECT_TRUE(Contains(written.output, "300 points: 1-300")) << written.output;
+    const Outcome read = Orva(folder, L"landxml --read out.xml");
+    EXPECT_EQ(0u, read.status) << read.errors;
+    EXPECT_EQ(lines, read.output.substr(0, read.output.find('#')));
+    EXPECT_TRUE(Contains(read.output, "# 300 points: 1-300\n# northing "));
+
+    // What is listed is a point file again.
+    folder.MakeFile(L"again.csv", read.output);
+    EXPECT_EQ(0u, Orva(folder, L"landxml again.csv again.xml").status);
+    EXPECT_EQ(read.output, Orva(folder, L"landxml --read again.xml").output);
+}
+
+TEST(SurveyCommand, WritesTheSelectionInTheOrderThatTheSchemaAsksFor) {
+    const TempFolder folder;
+    folder.MakeFile(L"in.csv", "3,1,2,3,c\n1,4,5,6,a\n2,7,8,,b\n9,1,1,1\n");
+    const Outcome written = Orva(folder, L"landxml in.csv out.xml --points 9,3-2,50 --units foot --name \"A & B\"");
+    EXPECT_EQ(0u, written.status) << written.errors;
+    EXPECT_TRUE(Contains(written.output, "3 points: 2-3,9"));
+    const Outcome tree = Orva(folder, L"xml out.xml");
+    EXPECT_EQ(0u, tree.status);
+    std::size_t at = 0;
+    for (const char* part : {"#document\n",
+                             "\n  xml ",
+                             "\n  LandXML\n",
+                             "@version = \"1.0\"",
+                             "\n    Units\n",
+                             "\n      Imperial\n",
+                             "@linearUnit = \"foot\"",
+                             "@areaUnit = ",
+                             "@volumeUnit = ",
+                             "@temperatureUnit = ",
+                             "@pressureUnit = ",
+                             "\n    Project\n",
+                             "@name = \"A & B\"",
+                             "\n    Application\n",
+                             "\n    CgPoints\n",
+                             "\n      CgPoint\n",
+                             "@name = \"3\"",
+                             "@desc = \"c\"",
+                             "#text \"1 2 3\"",
+                             "@name = \"2\"",
+                             "#text \"7 8\"",
+                             "@name = \"9\""}) {
+        at = tree.output.find(part, at);
+        ASSERT_NE(std::string::npos, at) << part << " in\n" << tree.output;
+    }
+    EXPECT_FALSE(Contains(tree.output, "@name = \"1\""));
+}
+
+TEST(SurveyCommand, BadLinesAreReportedAndNothingIsWritten) {
+    const TempFolder folder;
+    const struct {
+        const char *line, *reason;
+    } cases[] = {{"5,1,2", "3 of the fields"},
+                 {"5,1,2,3,a,b", "6 fields"},
+                 {"x,1,2,3", "\"x\" is no point number"},
+                 {",1,2,3", "the point number is missing"},
+                 {"0,1,2,3", "not between 1 and 2147483647"},
+                 {"2147483648,1,2,3", "not between"},
+                 {"99999999999999999999999,1,2,3", "not between"},
+                 {"5,,2,3", "the northing is missing"},
+                 {"5,1,2m,3", "the easting \"2m\" is no number"},
+                 {"5,1,2,INF", "the elevation \"INF\" is no number"},
+                 {"5,\"1,5\",2,3", "the northing \"1,5\" is no number"},
+                 {"5,1,2,3,\"open", "a quoted field does not end"},
+                 {"5,1,2,3,\"a\" b", "there is text behind a quoted field"},
+                 {"5,1,2,3,a\x01", "(U+0001) that XML does not allow"},
+                 {"5,1,2,3,\xE4", "not UTF-8"},
+                 {"1,1,2,3", "point 1 stands in line 2 already"}};
+    std::string text = "# points\n1,1,2,3,first\n";
+    for (const auto& test : cases)
+        text += std::string(test.line) + "\n";
+    text += "6,1,2,3,last";
+    folder.MakeFile(L"in.csv", text);
+    folder.MakeFile(L"out.xml", "kept");
+    const Outcome refused = Orva(folder, L"landxml in.csv out.xml");
+    EXPECT_EQ(1u, refused.status);
+    EXPECT_EQ("kept", ReadFile(folder / L"out.xml"));
+    std::size_t at = 0;
+    unsigned line = 3;
+    for (const auto& test : cases) {
+        at = refused.errors.find("in.csv(" + std::to_string(line++) + "): ", at);
+        ASSERT_NE(std::string::npos, at) << test.line << "\n" << refused.errors;
+        const std::string message = refused.errors.substr(at, refused.errors.find('\n', at) - at);
+        EXPECT_TRUE(Contains(message, test.reason)) << message;
+    }
+    const Outcome skipped = Orva(folder, L"landxml in.csv out.xml --skip-bad");
+    EXPECT_EQ(0u, skipped.status) << skipped.errors;
+    EXPECT_TRUE(Contains(skipped.output, "2 points: 1,6"));
+    EXPECT_NE("kept", ReadFile(folder / L"out.xml"));
+
+    folder.MakeFile(L"empty.csv", "# nothing\n\n");
+    for (const wchar_t* arguments :
+         {L"landxml empty.csv none.xml", L"landxml missing.csv none.xml",
+          L"landxml in.csv none.xml --skip-bad --points 77", L"landxml in.csv missing\\none.xml --skip-bad",
+          L"landxml --read missing.xml", L"landxml --read in.csv", L"xml in.csv", L"xml ."}) {
+        const Outcome outcome = Orva(folder, arguments);
+        EXPECT_EQ(1u, outcome.status) << CString(arguments).GetString();
+        EXPECT_TRUE(outcome.errors.starts_with("orva: ") || Contains(outcome.errors, "\norva: ")) << outcome.errors;
+        EXPECT_FALSE(Exists(folder / L"none.xml"));
+    }
+    for (const wchar_t* arguments : {L"landxml", L"landxml in.csv", L"landxml in.csv none.xml --points 1-",
+                                     L"landxml --read out.xml --skip-bad", L"landxml in.csv none.xml --units mile"}) {
+        EXPECT_EQ(2u, Orva(folder, arguments).status) << CString(arguments).GetString();
+    }
+}
+
+TEST(SurveyCommand, ReadsWhatOthersWrote) {
+    const TempFolder folder;
+    folder.MakeFile(L"other.xml", "<LandXML xmlns='http://www.landxml.org/schema/LandXML-1.0' version='1.0'>"
+                                  "<CgPoints><CgPoint name='7' desc='x'>\n 1.50  2e1\t3 </CgPoint>"
+                                  "<CgPoint name='A1'>1 2 3</CgPoint><CgPoint name='8'>1 two</CgPoint></CgPoints>"
+                                  "<CgPoints><CgPoint name='6'>4 5</CgPoint><CgPoint name='9' pntRef='7'/></CgPoints>"
+                                  "</LandXML>");
+    const Outcome read = Orva(folder, L"landxml --read other.xml");
+    EXPECT_EQ(1u, read.status) << "some points could not be read";
+    EXPECT_EQ("7,1.5,20,3,x\n6,4,5,\n# 2 points: 6-7\n# northing 1.5 to 4, easting 5 to 20\n", read.output);
+    for (const char* reason :
+         {"\"A1\" is no point number", "point 8: \"two\" is no coordinate", "point 9: 0 coordinates"})
+        EXPECT_TRUE(Contains(read.errors, reason)) << read.errors;
+    folder.MakeFile(L"none.xml", "<Other/>");
+    EXPECT_EQ(1u, Orva(folder, L"landxml --read none.xml").status);
+}
