@@ -1,5 +1,7 @@
 #include "orva/Console.h"
 
+#include "tarnu/text/OrvaStrings.h"
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -137,6 +139,17 @@ std::wstring FormatSize(std::uint64_t bytes) {
         ++unit;
     }
     return Format(L"%.1f %s", value, units[unit]);
+}
+
+std::wstring ErrorText(unsigned long error) {
+    std::wstring text(OrvaGetSystemErrorText(error));
+    while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r' || text.back() == L' '))
+        text.pop_back();
+    return text.empty() ? Format(L"error %lu", error) : text;
+}
+
+std::wstring Counted(std::uint64_t count, const wchar_t* one, const wchar_t* many) {
+    return Format(L"%I64u %s", count, count == 1 ? one : many);
 }
 
 bool IsTerminal() {

@@ -24,6 +24,12 @@ std::wstring Format(const wchar_t* format, ...);
 /// A number of bytes as people read it: "0 bytes", "1 byte", "812 bytes", "1.5 KiB", "23.0 MiB".
 std::wstring FormatSize(std::uint64_t bytes);
 
+/// "3 files", "1 file".
+std::wstring Counted(std::uint64_t count, const wchar_t* one, const wchar_t* many);
+
+/// The system's text for an error code, on one line.
+std::wstring ErrorText(unsigned long error);
+
 /// True when standard output is a terminal.
 bool IsTerminal();
 

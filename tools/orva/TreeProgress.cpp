@@ -58,15 +58,4 @@ int TreeProgress::Show(int operation, int value, const wchar_t* text) {
     return 0;
 }
 
-std::wstring ErrorText(DWORD error) {
-    std::wstring text(OrvaGetSystemErrorText(error));
-    while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r' || text.back() == L' '))
-        text.pop_back();
-    return text.empty() ? Format(L"error %lu", error) : text;
-}
-
-std::wstring Counted(ULONGLONG count, const wchar_t* one, const wchar_t* many) {
-    return Format(L"%I64u %s", count, count == 1 ? one : many);
-}
-
 } // namespace orva

@@ -35,12 +35,6 @@ private:
     int m_count = 0;
 };
 
-/// The system's text for an error code, on one line.
-std::wstring ErrorText(DWORD error);
-
-/// "3 files", "1 file".
-std::wstring Counted(ULONGLONG count, const wchar_t* one, const wchar_t* many);
-
 } // namespace orva
 
 #endif // TARNU_TOOLS_ORVA_TREEPROGRESS_H

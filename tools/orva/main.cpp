@@ -14,6 +14,8 @@ namespace orva {
 
 // One declaration and one entry of the table per command, in the order in which the help lists them.
 
+void AddTreeCommand(CLI::App& program, Action& action);
+void AddPathCommand(CLI::App& program, Action& action);
 void AddCopyCommand(CLI::App& program, Action& action);
 void AddMoveCommand(CLI::App& program, Action& action);
 void AddDeleteCommand(CLI::App& program, Action& action);
@@ -22,27 +24,27 @@ void AddModifiedCommand(CLI::App& program, Action& action);
 void AddWatchCommand(CLI::App& program, Action& action);
 void AddBrowseCommand(CLI::App& program, Action& action);
 void AddPointsCommand(CLI::App& program, Action& action);
-void AddXmlCommand(CLI::App& program, Action& action);
 void AddLandXmlCommand(CLI::App& program, Action& action);
+void AddXmlCommand(CLI::App& program, Action& action);
 
 namespace {
 
 using AddCommand = void (*)(CLI::App& program, Action& action);
 
 constexpr AddCommand commands[] = {
-    nullptr,          &AddCopyCommand,   &AddMoveCommand,   &AddDeleteCommand, &AddReportCommand,  &AddModifiedCommand,
-    &AddWatchCommand, &AddBrowseCommand, &AddPointsCommand, &AddXmlCommand,    &AddLandXmlCommand,
+    &AddTreeCommand,     &AddPathCommand,  &AddCopyCommand,   &AddMoveCommand,   &AddDeleteCommand,  &AddReportCommand,
+    &AddModifiedCommand, &AddWatchCommand, &AddBrowseCommand, &AddPointsCommand, &AddLandXmlCommand, &AddXmlCommand,
 };
 
 int Run(const std::vector<std::string>& arguments) {
     CLI::App program("orva: folders, paths, archives and survey data from the command line", "orva");
+    program.allow_windows_style_options(false); // a path may begin with a slash
     program.set_help_flag("-h,--help", "Print this help and exit");
     program.get_formatter()->column_width(36);
     program.require_subcommand(1);
     Action action;
-    for (const AddCommand add : commands) {
-        if (add != nullptr) add(program, action);
-    }
+    for (const AddCommand add : commands)
+        add(program, action);
     try {
         // CLI11 takes the arguments from the back.
         program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
