@@ -420,7 +420,8 @@ void OrvaPath::SplitPath(OrvaPath& drive, OrvaPath& directory, OrvaPath& name, O
     OrvaPath rawDrive;
     OrvaPath rawDirectory;
     SplitPathRaw(rawDrive, rawDirectory, name, extension);
-    if (rawDirectory.IsUNC()) {
+    // Behind a drive, two separators are but a doubled one.
+    if (rawDrive.IsEmpty() && rawDirectory.IsUNC()) {
         std::wstring_view rest(rawDirectory.m_text.GetString(), rawDirectory.Length());
         rawDrive.m_text = CString(*m_separator, 2);
         rawDrive.m_text += ToText(TakeComponent(rest));
@@ -567,7 +568,8 @@ void OrvaPath::Combine(OrvaPath& out, const CString& left, const OrvaPath& right
 }
 
 bool OrvaPath::MakeAbsolute(const CString& base, bool baseIsFile, bool tryNameOnly, bool mustExist) {
-    if (IsEmpty() || *base.GetString() == L'\0') return false;
+    // A base that does not fit is refused as a whole, also where its directory would fit.
+    if (IsEmpty() || *base.GetString() == L'\0' || !FitsSystemBuffer(base)) return false;
 
     CString directory = WithBackslashes(base);
     if (baseIsFile) {

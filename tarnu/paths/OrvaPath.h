@@ -7,6 +7,7 @@
 #include "tarnu/paths/OrvaFileAttributes.h"
 
 #include <compare>
+#include <concepts>
 #include <string>
 
 /// A path text and the separator, "\\" or "/", that joining, normalising and the trailing-separator operations write.
@@ -66,6 +67,9 @@ public:
     OrvaPath(const OrvaPath& other, unsigned flags);
     /// SetToLocation on an empty path, then the options.
     explicit OrvaPath(Location kind, unsigned flags = BackslashSeparator);
+    /// The same for a kind that is kept as a number, as SetToLocation takes it. Only an int is one: a NULL is a text.
+    template <std::same_as<int> Kind>
+    explicit OrvaPath(Kind kind, unsigned flags = BackslashSeparator) : OrvaPath(static_cast<Location>(kind), flags) {}
     OrvaPath(const OrvaPath& other) = default;
     OrvaPath(OrvaPath&& other) noexcept = default;
     ~OrvaPath() = default;
@@ -142,6 +146,9 @@ public:
     OrvaPath JoinInPlace(const OrvaPath& right);
     OrvaPath JoinInPlace(const CString& right);
     OrvaPath JoinInPlace(const wchar_t* right);
+    OrvaPath operator/=(const OrvaPath& right) { return JoinInPlace(right); }
+    OrvaPath operator/=(const CString& right) { return JoinInPlace(right); }
+    OrvaPath operator/=(const wchar_t* right) { return JoinInPlace(right); }
 
     // Parts
 

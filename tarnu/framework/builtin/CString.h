@@ -6,6 +6,7 @@
 #include "tarnu/framework/builtin/Windows.h"
 
 #include <atomic>
+#include <concepts>
 #include <cstdarg>
 #include <cwchar>
 
@@ -121,6 +122,10 @@ public:
     TARNU_API void Append(const wchar_t* text, int length);
     TARNU_API void Append(const wchar_t* text);
     void Append(const CString& text) { Append(text.m_text, text.GetLength()); }
+    template <ReadableAsCString T>
+    void Append(const T& value) {
+        Append(value.operator const CString&());
+    }
     void AppendChar(wchar_t character) { Append(&character, 1); }
     CString& operator+=(const CString& text) {
         Append(text);
@@ -277,13 +282,18 @@ inline CString operator+(wchar_t left, const CString& right) {
     return result;
 }
 
-template <ReadableAsCString T>
-CString operator+(const CString& left, const T& right) {
+// A CString operand is matched exactly here: any other text next to a value goes the way above.
+template <std::same_as<CString> S, ReadableAsCString T>
+CString operator+(const S& left, const T& right) {
     return left + right.operator const CString&();
 }
-template <ReadableAsCString T>
-CString operator+(const T& left, const CString& right) {
+template <ReadableAsCString T, std::same_as<CString> S>
+CString operator+(const T& left, const S& right) {
     return left.operator const CString&() + right;
+}
+template <ReadableAsCString T, ReadableAsCString U>
+CString operator+(const T& left, const U& right) {
+    return left.operator const CString&() + right.operator const CString&();
 }
 
 inline bool operator==(const CString& left, const CString& right) noexcept {
