@@ -259,5 +259,9 @@ LRESULT OrvaSubClassWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) 
 
 LRESULT OrvaSubClassWnd::Default() {
     const MSG current = AfxGetThreadState()->m_lastSentMsg;
-    return OrvaSubClassWnd::WindowProc(current.message, current.wParam, current.lParam);
+    // From within the override, the override again would never end.
+    if (Delivery::Find(this) != nullptr) {
+        return OrvaSubClassWnd::WindowProc(current.message, current.wParam, current.lParam);
+    }
+    return WindowProc(current.message, current.wParam, current.lParam);
 }

@@ -46,8 +46,8 @@ public:
     /// procedure behind the oldest. WM_NCDESTROY never arrives here: it goes straight to the window's own procedure.
     virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
 
-    /// Passes the message that the thread is handling on to the rest of the chain, whatever override is active. For use
-    /// within WindowProc.
+    /// Forwards the message that the thread is handling, as the framework has recorded it, to this object's WindowProc.
+    /// Within a call of that WindowProc it goes to the rest of the chain instead, whatever override is active.
     LRESULT Default();
 
 private:

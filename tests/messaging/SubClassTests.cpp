@@ -260,6 +260,20 @@ TEST_F(SubClass, DefaultForwardsTheMessageThatIsHandled) {
     EXPECT_EQ("b b a window a window ", Sent());
 }
 
+// Another object's handler hands the message over: the override sees it, and what it calls in turn.
+TEST_F(SubClass, DefaultOfAnObjectThatIsNotHandlingCallsItsOverride) {
+    m_a.SubClass(m_window.Handle());
+    m_b.isBaseSkipped = true;
+    m_b.onceBefore = [&] {
+        EXPECT_EQ(7, m_a.Default());
+        m_log += "| ";
+    };
+    m_b.SubClass(m_window.Handle());
+    m_log.clear();
+    m_window.Send(WM_APP, 3, 4);
+    EXPECT_EQ("b a window | ", m_log);
+}
+
 TEST_F(SubClass, TheThreadStateHoldsTheMessageWhileItIsHandled) {
     MSG& state = AfxGetThreadState()->m_lastSentMsg;
     const MSG before = state;
