@@ -175,8 +175,8 @@ TEST(OrvaPath, ComparesTexts) {
         int sign;
     };
     const Case cases[] = {
-        {L"A/b\\C", L"a\\B/c", 0}, {L"", L"", 0},      {L"", nullptr, 0},    {L"a", L"", 1},
-        {L"", L"a", -1},           {L"a", L"B", -1},   {L"ab", L"A", 1},     {L"\u00c4", L"\u00e4", 0},
+        {L"A/b\\C", L"a\\B/c", 0}, {L"", L"", 0},      {L"", nullptr, 0},   {L"a", L"", 1},
+        {L"", L"a", -1},           {L"a", L"B", -1},   {L"ab", L"A", 1},    {L"\u00c4", L"\u00e4", 0},
         {L"a/", L"a", 1},          {L"a", L"a\\", -1}, {L"a/b", L"aAb", 1},
     };
     for (const Case& expected : cases) {
