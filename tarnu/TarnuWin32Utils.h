@@ -83,5 +83,10 @@
 #include "tarnu/xml/XmlNumbers.h"
 
 // archive
+#include "tarnu/archive/OrvaZip.h"
+#include "tarnu/archive/OrvaZipEntry.h"
+#include "tarnu/archive/OrvaZipReader.h"
+#include "tarnu/archive/OrvaZipResult.h"
+#include "tarnu/archive/OrvaZipWriter.h"
 
 #endif // TARNU_TARNUWIN32UTILS_H

@@ -1,0 +1,67 @@
+/// @file
+/// Files that appear only when they are complete, and paths beyond 260 characters.
+#ifndef TARNU_ARCHIVE_ZIPFILESINTERNAL_H
+#define TARNU_ARCHIVE_ZIPFILESINTERNAL_H
+
+#include "tarnu/support/Owners.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarnu::support {
+
+/// The path in the form that the system takes at any length: unchanged while it is short, absolute with the prefix
+/// "\\?\" otherwise. Empty when the system can't make sense of it.
+std::wstring SystemPath(std::wstring_view path);
+
+/// Creates the folders of a path that are missing, outermost first.
+class FolderMaker {
+public:
+    /// @return true when the folder exists at the end
+    bool Make(std::wstring_view folder);
+    /// Removes again what was made.
+    void Undo() noexcept;
+
+private:
+    std::vector<std::wstring> m_created;
+};
+
+/// A file that is being written: under its own name when that was free, under a temporary name in the same folder when
+/// it will replace another. Without Commit nothing is left behind.
+class PendingFile {
+public:
+    PendingFile() = default;
+    ~PendingFile() { Discard(); }
+    PendingFile(const PendingFile&) = delete;
+    PendingFile& operator=(const PendingFile&) = delete;
+
+    /// Creates the target itself, which must not exist yet. On failure the last error tells why.
+    bool CreateNew(const std::wstring& target, DWORD attributes);
+    /// Creates a file beside the target that takes its place on Commit.
+    bool CreateBeside(const std::wstring& target, DWORD attributes);
+
+    HANDLE Handle() const noexcept { return m_file.Get(); }
+    /// Appends at the handle's position.
+    bool Write(const void* data, std::size_t size) noexcept;
+    /// Closes the file and gives it its name.
+    /// @param replaceReadOnly  take a read-only file's place, too
+    bool Commit(bool replaceReadOnly = false) noexcept;
+    /// Closes and removes the file.
+    void Discard() noexcept;
+
+private:
+    void Remove() noexcept;
+
+    UniqueFileHandle m_file;
+    std::wstring m_path; ///< where the file stands now
+    std::wstring m_target;
+};
+
+/// Some 1 GiB: what one call of ReadFile, WriteFile or the compression takes.
+inline constexpr std::size_t maxPiece = std::size_t{1} << 30;
+
+} // namespace tarnu::support
+
+#endif // TARNU_ARCHIVE_ZIPFILESINTERNAL_H
