@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <minizip/unzip.h>
+#include <optional>
 #include <string>
 #include <vector>
+#include <zlib.h>
 
 using namespace tarnu::support;
 
@@ -52,8 +54,9 @@ long ZCALLBACK SeekSource(voidpf, voidpf stream, ZPOS64_T offset, int origin) no
     const std::uint64_t base = origin == ZLIB_FILEFUNC_SEEK_CUR   ? source.position
                                : origin == ZLIB_FILEFUNC_SEEK_END ? source.Size()
                                                                   : 0;
-    if (offset > source.Size() || base > source.Size() - offset) return -1;
-    source.position = base + offset;
+    const std::uint64_t target = base + offset; // a way back arrives as its two's complement
+    if (target > source.Size()) return -1;
+    source.position = target;
     return 0;
 }
 int ZCALLBACK CloseSource(voidpf, voidpf) noexcept {
@@ -67,21 +70,6 @@ struct UnzipPolicy : NullPolicy<unzFile> {
     static void Close(unzFile file) noexcept { ::unzClose(file); }
 };
 using UniqueUnzip = Unique<UnzipPolicy>;
-
-OrvaZipResult ResultOf(int status) noexcept {
-    switch (status) {
-    case UNZ_OK:
-        return OrvaZipSuccess;
-    case UNZ_ERRNO:
-        return OrvaZipReadFailed;
-    case UNZ_INTERNALERROR:
-        return OrvaZipNoMemory;
-    case UNZ_PARAMERROR:
-        return OrvaZipBadArguments;
-    default:
-        return OrvaZipCorrupt;
-    }
-}
 
 /// One entry as the directory describes it, and where it stands there.
 struct Record {
@@ -130,6 +118,11 @@ bool SetTimes(HANDLE file, const OrvaZipEntry& entry) noexcept {
 class OrvaZipReader::Core {
 public:
     explicit Core(const wchar_t* password) : m_passwords(PasswordForms(password)) {}
+    ~Core() {
+        if (m_inflateReady) ::inflateEnd(&m_inflate);
+    }
+    Core(const Core&) = delete;
+    Core& operator=(const Core&) = delete;
 
     OrvaZipResult OpenFile(const wchar_t* path) {
         const std::wstring file = SystemPath(path);
@@ -149,10 +142,7 @@ public:
 
     OrvaZipResult OpenEntry(const Record& record);
     OrvaZipResult ReadEntry(void* buffer, std::size_t size, std::size_t& read);
-    void CloseEntry() noexcept {
-        if (m_open != nullptr) ::unzCloseCurrentFile(m_unzip.Get());
-        m_open = nullptr;
-    }
+    void CloseEntry() noexcept { m_open = nullptr; }
 
     OrvaZipResult ExtractToMemory(const Record& record, void* buffer, std::size_t size);
     /// @param target  in the form that the system takes at any length
@@ -162,17 +152,36 @@ public:
                                bool& written);
 
 private:
+    /// A status of the unzip interface. It has one code for what can't be read and for what is not there.
+    OrvaZipResult ResultOf(int status) const noexcept {
+        if (status == UNZ_OK) return OrvaZipSuccess;
+        if (status == UNZ_INTERNALERROR) return OrvaZipNoMemory;
+        return m_source.HasFailed() ? OrvaZipReadFailed : OrvaZipCorrupt;
+    }
     OrvaZipResult ReadDirectory();
     OrvaZipResult ReadRecord(std::vector<char>& name, std::vector<std::uint8_t>& extra);
-    OrvaZipResult FindPassword(const Record& record, const char*& password);
-    OrvaZipResult EndEntry() noexcept;
+    OrvaZipResult FindPassword(const Record& record, std::uint64_t start);
+    OrvaZipResult NextInput(const std::uint8_t*& data, std::size_t& size);
+    OrvaZipResult Decode(std::uint8_t* target, std::size_t size, std::size_t& decoded);
+    OrvaZipResult EndEntry();
 
     ZipSource m_source;
     UniqueUnzip m_unzip; ///< reads through the source, so it is closed first
     std::vector<Record> m_records;
     std::vector<std::string> m_passwords;
+
+    // The open entry
+
     const Record* m_open = nullptr;
-    ULONGLONG m_left = 0; ///< of the open entry
+    ULONGLONG m_left = 0;           ///< of its data
+    ULONGLONG m_compressedLeft = 0; ///< of what stands in the archive, from m_at on
+    std::uint64_t m_at = 0;
+    std::uint32_t m_crc = 0;
+    std::optional<ZipCipher> m_cipher;
+    std::unique_ptr<std::uint8_t[]> m_deciphered;
+    z_stream m_inflate{}; ///< one for the archive, reset for each entry
+    bool m_inflateReady = false;
+    bool m_inflateEnded = false;
 };
 
 OrvaZipResult OrvaZipReader::Core::ReadDirectory() {
@@ -232,23 +241,16 @@ OrvaZipResult OrvaZipReader::Core::ReadRecord(std::vector<char>& name, std::vect
     return OrvaZipSuccess;
 }
 
-/// The form of the password that an entry was encrypted with, by the check byte of its header.
-OrvaZipResult OrvaZipReader::Core::FindPassword(const Record& record, const char*& password) {
-    int method = 0;
-    int level = 0;
-    const int status = ::unzOpenCurrentFile2(m_unzip.Get(), &method, &level, /*raw=*/1);
-    if (status != UNZ_OK) return ResultOf(status);
-    const std::uint64_t start = ::unzGetCurrentFileZStreamPos64(m_unzip.Get());
-    ::unzCloseCurrentFile(m_unzip.Get());
+/// Finds the form of the password that an entry was encrypted with, by the check byte of its header.
+OrvaZipResult OrvaZipReader::Core::FindPassword(const Record& record, std::uint64_t start) {
     std::uint8_t header[ZipCipher::headerSize];
     if (!m_source.Read(start, header, sizeof header)) return OrvaZipCorrupt;
     for (const std::string& form : m_passwords) {
         std::uint8_t plain[ZipCipher::headerSize];
         std::copy(std::begin(header), std::end(header), plain);
-        ZipCipher(form).Decrypt(plain, sizeof plain);
-        if (plain[ZipCipher::headerSize - 1] != record.check) continue;
-        password = form.c_str();
-        return OrvaZipSuccess;
+        m_cipher.emplace(form);
+        m_cipher->Decrypt(plain, sizeof plain);
+        if (plain[ZipCipher::headerSize - 1] == record.check) return OrvaZipSuccess;
     }
     return OrvaZipBadArguments;
 }
@@ -256,7 +258,6 @@ OrvaZipResult OrvaZipReader::Core::FindPassword(const Record& record, const char
 OrvaZipResult OrvaZipReader::Core::OpenEntry(const Record& record) {
     CloseEntry();
     const OrvaZipEntry& entry = record.entry;
-    // The unzip interface opens what it can't decode, and gives the raw bytes for the data.
     const bool isReadable = (entry.method == methodStored || entry.method == methodDeflate) &&
                             (record.flags & (flagStrongEncryption | flagPatch | flagMaskedHeaders)) == 0;
     if (!isReadable) return OrvaZipCorrupt;
@@ -265,22 +266,90 @@ OrvaZipResult OrvaZipReader::Core::OpenEntry(const Record& record) {
     const ULONGLONG data = entry.compressedSize - header;
     if (entry.method == methodStored ? entry.size != data : entry.size / highestRatio > data) return OrvaZipCorrupt;
 
+    // The unzip interface finds the data, comparing the entry's own header with the directory; what stands there is
+    // decoded from where it is. (The interface would copy it twice more, and is built without decryption.)
     unz64_file_pos position = record.position;
     int status = ::unzGoToFilePos64(m_unzip.Get(), &position);
-    if (status != UNZ_OK) return ResultOf(status);
-    const char* password = nullptr;
-    if (entry.isEncrypted) {
-        const OrvaZipResult result = FindPassword(record, password);
-        if (result != OrvaZipSuccess) return result;
-    }
-    status = ::unzOpenCurrentFilePassword(m_unzip.Get(), password);
+    int method = 0;
+    int level = 0;
+    if (status == UNZ_OK) status = ::unzOpenCurrentFile2(m_unzip.Get(), &method, &level, /*raw=*/1);
     if (status != UNZ_OK) return ResultOf(status);
     const std::uint64_t start = ::unzGetCurrentFileZStreamPos64(m_unzip.Get());
-    m_open = &record;
+    ::unzCloseCurrentFile(m_unzip.Get());
+    if (start > m_source.Size() || m_source.Size() - start < entry.compressedSize) return OrvaZipCorrupt;
+
+    m_cipher.reset();
+    if (entry.isEncrypted) {
+        const OrvaZipResult result = FindPassword(record, start);
+        if (result != OrvaZipSuccess) return result;
+        if (!m_deciphered) m_deciphered.reset(new std::uint8_t[pieceSize]);
+    }
+    if (entry.method == methodDeflate) {
+        status = m_inflateReady ? ::inflateReset(&m_inflate) : ::inflateInit2(&m_inflate, -MAX_WBITS);
+        if (status != Z_OK) return status == Z_MEM_ERROR ? OrvaZipNoMemory : OrvaZipFlateFailed;
+        m_inflateReady = true;
+        m_inflateEnded = data == 0; // some programs write nothing for nothing
+    }
+    m_inflate.avail_in = 0;
+    m_at = start + header;
+    m_compressedLeft = data;
     m_left = entry.size;
-    if (start > m_source.Size() || m_source.Size() - start < data) {
-        CloseEntry();
-        return OrvaZipCorrupt;
+    m_crc = 0;
+    m_open = &record;
+    return OrvaZipSuccess;
+}
+
+/// The next piece of what stands in the archive, deciphered; size 0 at its end. Valid until the next call.
+OrvaZipResult OrvaZipReader::Core::NextInput(const std::uint8_t*& data, std::size_t& size) {
+    size = 0;
+    if (m_compressedLeft == 0) return OrvaZipSuccess;
+    std::size_t available = 0;
+    data = m_source.View(m_at, available);
+    if (data == nullptr) return m_source.HasFailed() ? OrvaZipReadFailed : OrvaZipCorrupt;
+    size = static_cast<std::size_t>(std::min<ULONGLONG>({available, m_compressedLeft, maxPiece}));
+    if (m_cipher) {
+        size = std::min(size, pieceSize);
+        std::copy_n(data, size, m_deciphered.get());
+        m_cipher->Decrypt(m_deciphered.get(), size);
+        data = m_deciphered.get();
+    }
+    m_at += size;
+    m_compressedLeft -= size;
+    return OrvaZipSuccess;
+}
+
+/// Decodes at most @p size bytes; fewer only at the end of the entry's data.
+OrvaZipResult OrvaZipReader::Core::Decode(std::uint8_t* target, std::size_t size, std::size_t& decoded) {
+    decoded = 0;
+    // A piece of stored data is input that waits, like that of the compression.
+    while (decoded < size && !(m_open->entry.method == methodDeflate && m_inflateEnded)) {
+        if (m_inflate.avail_in == 0) {
+            const std::uint8_t* data = nullptr;
+            std::size_t count = 0;
+            const OrvaZipResult result = NextInput(data, count);
+            if (result != OrvaZipSuccess) return result;
+            if (count == 0) return OrvaZipSuccess;
+            m_inflate.next_in = const_cast<Bytef*>(data); // zlib declares it for writing but only reads
+            m_inflate.avail_in = static_cast<uInt>(count);
+        }
+        const auto room = static_cast<uInt>(std::min(size - decoded, maxPiece));
+        std::size_t made = 0;
+        if (m_open->entry.method == methodStored) {
+            made = std::min(room, m_inflate.avail_in);
+            std::copy_n(m_inflate.next_in, made, target + decoded);
+            m_inflate.next_in += made;
+            m_inflate.avail_in -= static_cast<uInt>(made);
+        } else {
+            m_inflate.next_out = target + decoded;
+            m_inflate.avail_out = room;
+            const int status = ::inflate(&m_inflate, Z_NO_FLUSH);
+            made = room - m_inflate.avail_out;
+            if (status == Z_MEM_ERROR) return OrvaZipNoMemory;
+            if (status != Z_OK && status != Z_STREAM_END && status != Z_BUF_ERROR) return OrvaZipCorrupt;
+            m_inflateEnded = status == Z_STREAM_END;
+        }
+        m_crc = static_cast<std::uint32_t>(::crc32(m_crc, target + decoded, static_cast<uInt>(made)));
+        decoded += made;
     }
     return OrvaZipSuccess;
 }
@@ -288,31 +357,25 @@ OrvaZipResult OrvaZipReader::Core::OpenEntry(const Record& record) {
 OrvaZipResult OrvaZipReader::Core::ReadEntry(void* buffer, std::size_t size, std::size_t& read) {
     read = 0;
     if (m_open == nullptr) return OrvaZipBadArguments;
-    auto* target = static_cast<std::uint8_t*>(buffer);
-    while (size > 0 && m_left > 0) {
-        const auto count = static_cast<unsigned>(std::min<ULONGLONG>({size, m_left, maxPiece}));
-        const int status = ::unzReadCurrentFile(m_unzip.Get(), target, count);
-        if (status <= 0) {
-            CloseEntry();
-            return status == UNZ_ERRNO || m_source.HasFailed() ? OrvaZipReadFailed : OrvaZipCorrupt;
-        }
-        const auto got = static_cast<unsigned>(status);
-        target += got;
-        size -= got;
-        read += got;
-        m_left -= got;
-    }
-    return m_left > 0 ? OrvaZipMore : EndEntry();
+    const auto wanted = static_cast<std::size_t>(std::min<ULONGLONG>(size, m_left));
+    OrvaZipResult result = Decode(static_cast<std::uint8_t*>(buffer), wanted, read);
+    if (result == OrvaZipSuccess && read < wanted) result = OrvaZipCorrupt; // less than the directory says
+    m_left -= read;
+    if (result == OrvaZipSuccess) result = m_left > 0 ? OrvaZipMore : EndEntry();
+    if (result != OrvaZipMore) CloseEntry();
+    return result;
 }
 
 /// All of the data has been read: it must end here, with the right checksum.
-OrvaZipResult OrvaZipReader::Core::EndEntry() noexcept {
+OrvaZipResult OrvaZipReader::Core::EndEntry() {
+    const std::uint32_t crc = m_crc;
     std::uint8_t more;
-    const int extra = ::unzReadCurrentFile(m_unzip.Get(), &more, sizeof more);
-    const int status = ::unzCloseCurrentFile(m_unzip.Get());
-    m_open = nullptr;
-    if (m_source.HasFailed()) return OrvaZipReadFailed;
-    return extra == 0 && status == UNZ_OK ? OrvaZipSuccess : OrvaZipCorrupt;
+    std::size_t decoded = 0;
+    const OrvaZipResult result = Decode(&more, sizeof more, decoded);
+    if (result != OrvaZipSuccess) return result;
+    const bool hasEnded = m_open->entry.method == methodStored || m_inflateEnded;
+    const bool isUsedUp = m_compressedLeft == 0 && m_inflate.avail_in == 0;
+    return decoded == 0 && hasEnded && isUsedUp && crc == m_open->entry.crc ? OrvaZipSuccess : OrvaZipCorrupt;
 }
 
 OrvaZipResult OrvaZipReader::Core::ExtractToMemory(const Record& record, void* buffer, std::size_t size) {

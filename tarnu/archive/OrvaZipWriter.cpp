@@ -248,7 +248,7 @@ OrvaZipResult OrvaZipWriter::Core::Add(const wchar_t* name, const NewEntry& entr
     RecordBuilder<localSize> local;
     local.Add(localSignature).Add(needs).Add(flags).Add(method).Add(stamp.time).Add(stamp.date);
     local.Add(std::uint32_t{0}).Add(laterSize).Add(laterSize);
-    local.Add(static_cast<std::uint16_t>(stored.size())).Add(std::uint16_t{has64 ? 20 : 0});
+    local.Add(static_cast<std::uint16_t>(stored.size())).Add(static_cast<std::uint16_t>(has64 ? 20 : 0));
     RecordBuilder<20> local64;
     local64.Add(extraZip64).Add(std::uint16_t{16}).Add(std::uint64_t{0}).Add(std::uint64_t{0});
     OrvaZipResult result = m_output.Write(local.Data(), local.Size());

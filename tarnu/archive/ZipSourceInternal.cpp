@@ -72,12 +72,12 @@ bool ZipSource::Fill(Window& window, std::uint64_t offset) noexcept {
         if (start > last) start = last;
     }
     if (offset - start >= window.capacity) start = offset; // a window smaller than the alignment
-    OVERLAPPED position{};
-    position.Offset = static_cast<DWORD>(start);
-    position.OffsetHigh = static_cast<DWORD>(start >> 32);
+    OVERLAPPED place{};
+    place.Offset = static_cast<DWORD>(start);
+    place.OffsetHigh = static_cast<DWORD>(start >> 32);
     DWORD read = 0;
     window.used = 0;
-    if (!::ReadFile(m_file.Get(), window.bytes.get(), static_cast<DWORD>(window.capacity), &read, &position) ||
+    if (!::ReadFile(m_file.Get(), window.bytes.get(), static_cast<DWORD>(window.capacity), &read, &place) ||
         read <= offset - start) {
         m_failed = true;
         return false;

@@ -1,0 +1,303 @@
+// Whole archives in one call, and the result texts.
+#include "support/TempFolder.h"
+#include "tarnu/archive/OrvaZip.h"
+#include "tarnu/archive/OrvaZipWriter.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+using tarnu::test::Exists;
+using tarnu::test::ReadFile;
+using tarnu::test::TempFolder;
+using tarnu::test::WriteFile;
+
+namespace {
+
+std::wstring Data(const wchar_t* name) {
+    std::wstring path = std::wstring(TARNU_TEST_DATA) + L"/" + name;
+    for (wchar_t& character : path)
+        if (character == L'/') character = L'\\';
+    return path;
+}
+
+void Fill(CStringList& list, std::initializer_list<std::wstring> paths) {
+    for (const std::wstring& path : paths)
+        list.AddTail(path.c_str());
+}
+
+std::vector<std::wstring> NamesIn(const std::wstring& archive) {
+    std::vector<std::wstring> names;
+    OrvaZipReader reader;
+    EXPECT_EQ(OrvaZipSuccess, reader.Open(archive.c_str()));
+    for (ULONGLONG index = 0; index < reader.GetCount(); ++index) {
+        OrvaZipEntry entry;
+        EXPECT_EQ(OrvaZipSuccess, reader.GetEntry(index, entry));
+        names.emplace_back(entry.name.GetString());
+    }
+    return names;
+}
+using Names = std::vector<std::wstring>;
+
+FILETIME LastWriteOf(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    EXPECT_TRUE(::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data));
+    return data.ftLastWriteTime;
+}
+
+// OrvaFormatZipMessage
+
+TEST(FormatZipMessage, KnowsEveryCode) {
+    const std::pair<UINT, const char*> table[] = {
+        {0x0, "Success"},
+        {0x100, "Culdn't duplicate handle"},
+        {0x200, "Couldn't create/open file"},
+        {0x300, "Failed to allocate memory"},
+        {0x400, "Error writing to file"},
+        {0x500, "File not found in the zipfile"},
+        {0x600, "Still more data to unzip"},
+        {0x700, "Zipfile is corrupt or not a zipfile"},
+        {0x800, "Error reading file"},
+        {0x10000, "Caller: faulty arguments"},
+        {0x20000, "Caller: can only get memory of a memory zipfile"},
+        {0x30000, "Caller: not enough space allocated for memory zipfile"},
+        {0x40000, "Caller: there was a previous error"},
+        {0x50000, "Caller: additions to the zip have already been ended"},
+        {0x60000, "Zip-bug: the anticipated size turned out wrong"},
+        {0x70000, "Caller: the file had already been partially unzipped"},
+        {0x80000, "Caller: mixing creation and opening of zip"},
+        {0x1000000, "Zip-bug: internal initialisation not completed"},
+        {0x2000000, "Zip-bug: trying to seek the unseekable"},
+        {0x4000000, "Zip-bug: tried to change mind, but not allowed"},
+        {0x5000000, "Zip-bug: an internal error during flation"},
+        {0x12345, "unknown zip result code"},
+        {0xFFFFFFFF, "unknown zip result code"},
+    };
+    for (const auto& [code, text] : table) {
+        char buffer[100];
+        std::memset(buffer, 'z', sizeof buffer);
+        EXPECT_EQ(std::strlen(text), OrvaFormatZipMessage(code, buffer, sizeof buffer)) << code;
+        EXPECT_STREQ(text, buffer);
+    }
+}
+
+TEST(FormatZipMessage, CutsToTheBufferAndReturnsTheFullLength) {
+    char buffer[8];
+    std::memset(buffer, 'z', sizeof buffer);
+    EXPECT_EQ(7u, OrvaFormatZipMessage(0, buffer, 4));
+    EXPECT_EQ(0, std::memcmp(buffer, "Suc\0zzzz", 8));
+    EXPECT_EQ(7u, OrvaFormatZipMessage(0, buffer, 8));
+    EXPECT_STREQ("Success", buffer);
+    EXPECT_EQ(7u, OrvaFormatZipMessage(0, buffer, 1));
+    EXPECT_STREQ("", buffer);
+    buffer[0] = 'z';
+    EXPECT_EQ(7u, OrvaFormatZipMessage(0, buffer, 0));
+    EXPECT_EQ('z', buffer[0]);
+    EXPECT_EQ(7u, OrvaFormatZipMessage(0, nullptr, 100));
+}
+
+TEST(FormatZipMessage, OneStandsForTheLastResult) {
+    char buffer[100];
+    OrvaZipReader reader;
+    EXPECT_EQ(OrvaZipNoFile, reader.Open(L"C:\\missing\\archive.zip"));
+    OrvaFormatZipMessage(1, buffer, sizeof buffer);
+    EXPECT_STREQ("Couldn't create/open file", buffer);
+    OrvaZipWriter writer;
+    EXPECT_EQ(OrvaZipSuccess, writer.CreateInMemory());
+    OrvaFormatZipMessage(1, buffer, sizeof buffer);
+    EXPECT_STREQ("Success", buffer);
+}
+
+// OrvaZipFiles and OrvaUnzipAll
+
+TEST(ZipFiles, PacksByBareNamesAndCountsFiles) {
+    const TempFolder folder;
+    const std::wstring one = folder.MakeFile(L"a\\one.txt", "1");
+    const std::wstring two = folder.MakeFile(L"b\\two.txt", "22");
+    const std::wstring sub = folder.MakeFolder(L"sub");
+    CStringList files;
+    std::wstring slashes = two;
+    for (wchar_t& character : slashes)
+        character = character == L'\\' ? L'/' : character;
+    Fill(files, {one, folder / L"missing", slashes, sub});
+    std::vector<std::pair<UINT, std::wstring>> seen;
+    const int added =
+        OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L"", [&seen](UINT number, UINT count, const wchar_t* name) {
+            EXPECT_EQ(4u, count);
+            seen.emplace_back(number, name);
+        });
+    EXPECT_EQ(2, added); // neither the missing file nor the directory
+    EXPECT_EQ((std::vector<std::pair<UINT, std::wstring>>{{1, one}, {3, two}, {4, sub}}), seen);
+    EXPECT_EQ((Names{L"one.txt", L"two.txt", L"sub/"}), NamesIn(folder / L"x.zip"));
+}
+
+TEST(ZipFiles, PacksByRelativeNames) {
+    const TempFolder folder;
+    const std::wstring inner = folder.MakeFile(L"base\\in\\Grüße 世.txt", "x");
+    const std::wstring outer = folder.MakeFile(L"outer.txt", "y");
+    CStringList files;
+    Fill(files, {inner, outer});
+    EXPECT_EQ(2, OrvaZipFiles((folder / L"x.zip").c_str(), files, 1, (folder / L"base").c_str()));
+    EXPECT_EQ((Names{L"in/Grüße 世.txt", L"../outer.txt"}), NamesIn(folder / L"x.zip"));
+    EXPECT_EQ(2, OrvaZipFiles((folder / L"x.zip").c_str(), files, 1, (folder / L"base\\").c_str(), nullptr));
+    EXPECT_EQ((Names{L"in/Grüße 世.txt", L"../outer.txt"}), NamesIn(folder / L"x.zip"));
+    // Another drive: the full path, without its drive, which the format does not have.
+    EXPECT_EQ(2, OrvaZipFiles((folder / L"x.zip").c_str(), files, 1, L"Q:\\elsewhere"));
+    std::wstring full = inner.substr(3);
+    for (wchar_t& character : full)
+        character = character == L'\\' ? L'/' : character;
+    EXPECT_EQ(full, NamesIn(folder / L"x.zip").front());
+}
+
+TEST(ZipFiles, LeavesAnOlderArchiveWhenNothingIsPacked) {
+    const TempFolder folder;
+    const std::wstring archive = folder.MakeFile(L"x.zip", "old");
+    CStringList files;
+    EXPECT_EQ(0, OrvaZipFiles(archive.c_str(), files, 0, L""));
+    Fill(files, {folder / L"missing"});
+    EXPECT_EQ(0, OrvaZipFiles(archive.c_str(), files, 0, L""));
+    EXPECT_EQ("old", ReadFile(archive));
+    EXPECT_EQ(0, OrvaZipFiles((folder / L"no\\such\\x.zip").c_str(), files, 0, L""));
+    EXPECT_EQ(0, OrvaZipFiles(L"", files, 0, L""));
+}
+
+TEST(UnzipAll, RestoresTreesTimesAndAttributes) {
+    const TempFolder folder;
+    std::string mixed;
+    for (int index = 0; index < 300000; ++index)
+        mixed += static_cast<char>(index * index >> 7);
+    const std::wstring one = folder.MakeFile(L"in\\deep\\one.bin", mixed);
+    const std::wstring empty = folder.MakeFile(L"in\\empty.ZIP");
+    ::SetFileAttributesW(empty.c_str(), FILE_ATTRIBUTE_READONLY);
+    CStringList files;
+    Fill(files, {one, empty, folder.MakeFolder(L"in\\hollow")});
+    ASSERT_EQ(2, OrvaZipFiles((folder / L"x.zip").c_str(), files, 1, (folder / L"in").c_str()));
+
+    std::vector<std::pair<UINT, std::wstring>> seen;
+    const std::wstring out = folder / L"new\\out";
+    EXPECT_TRUE(OrvaUnzipAll((folder / L"x.zip").c_str(), out, [&seen](UINT number, UINT count, const wchar_t* name) {
+        EXPECT_EQ(3u, count);
+        seen.emplace_back(number, name);
+    }));
+    EXPECT_EQ((std::vector<std::pair<UINT, std::wstring>>{{1, L"deep/one.bin"}, {2, L"empty.ZIP"}, {3, L"hollow/"}}),
+              seen);
+    EXPECT_EQ(mixed, ReadFile(out + L"\\deep\\one.bin"));
+    EXPECT_EQ("", ReadFile(out + L"\\empty.ZIP"));
+    EXPECT_NE(0u, ::GetFileAttributesW((out + L"\\empty.ZIP").c_str()) & FILE_ATTRIBUTE_READONLY);
+    EXPECT_TRUE(Exists(out + L"\\hollow"));
+    const FILETIME before = LastWriteOf(one);
+    const FILETIME after = LastWriteOf(out + L"\\deep\\one.bin");
+    EXPECT_EQ(0, ::CompareFileTime(&before, &after));
+}
+
+TEST(UnzipAll, ReplacesFilesOnlyWithTheCallback) {
+    const TempFolder folder;
+    const std::wstring file = folder.MakeFile(L"in\\file.txt", "packed");
+    CStringList files;
+    Fill(files, {file});
+    ASSERT_EQ(1, OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L""));
+    const std::wstring target = folder.MakeFile(L"out\\file.txt", "existing one");
+    ::SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_READONLY);
+
+    EXPECT_TRUE(OrvaUnzipAll((folder / L"x.zip").c_str(), folder / L"out", nullptr, nullptr));
+    EXPECT_EQ("existing one", ReadFile(target));
+    int told = 0;
+    EXPECT_TRUE(OrvaUnzipAll((folder / L"x.zip").c_str(), folder / L"out", nullptr,
+                             [&](const wchar_t* path, const WIN32_FIND_DATAW& existing) {
+                                 ++told;
+                                 EXPECT_EQ(target, path);
+                                 EXPECT_EQ(12u, existing.nFileSizeLow);
+                                 EXPECT_EQ("existing one", ReadFile(target));
+                             }));
+    EXPECT_EQ(1, told);
+    EXPECT_EQ("packed", ReadFile(target));
+}
+
+TEST(UnzipAll, FailsWithoutArchiveEntriesOrDestination) {
+    const TempFolder folder;
+    const std::wstring file = folder.MakeFile(L"file.txt", "text");
+    CStringList files;
+    Fill(files, {file});
+    ASSERT_EQ(1, OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L""));
+    EXPECT_FALSE(OrvaUnzipAll((folder / L"missing.zip").c_str(), folder / L"out"));
+    EXPECT_FALSE(Exists(folder / L"out"));
+    EXPECT_FALSE(OrvaUnzipAll(file.c_str(), folder / L"out"));     // no archive
+    EXPECT_FALSE(OrvaUnzipAll((folder / L"x.zip").c_str(), file)); // the destination is a file
+    EXPECT_FALSE(OrvaUnzipAll((folder / L"x.zip").c_str(), file + L"\\below"));
+    EXPECT_FALSE(OrvaUnzipAll((folder / L"x.zip").c_str(), L""));
+    EXPECT_FALSE(OrvaUnzipAll(L"", folder / L"out"));
+    OrvaZipWriter writer;
+    ASSERT_EQ(OrvaZipSuccess, writer.Create((folder / L"empty.zip").c_str()));
+    ASSERT_EQ(OrvaZipSuccess, writer.Close());
+    EXPECT_FALSE(OrvaUnzipAll((folder / L"empty.zip").c_str(), folder / L"out"));
+}
+
+TEST(UnzipAll, WritesNothingOutsideTheDestination) {
+    const TempFolder folder;
+    OrvaZipWriter writer;
+    ASSERT_EQ(OrvaZipSuccess, writer.Create((folder / L"x.zip").c_str()));
+    const wchar_t* const names[] = {
+        L"../escaped.txt", L"a/../../escaped.txt", L"..\\escaped.txt", L"NUL",       L"sub/con.txt",
+        L"LPT1.log",       L"file.txt:stream",     L"trailing.",       L"trailing ", L"a/.. /escaped.txt",
+        L"wild*card",      L"x/COM\x00B9.y"};
+    for (const wchar_t* name : names)
+        ASSERT_EQ(OrvaZipSuccess, writer.AddMemory(name, "bad", 3)) << name;
+    ASSERT_EQ(OrvaZipSuccess, writer.AddMemory(L"./ok//deep/./fine.txt", "good", 4));
+    ASSERT_EQ(OrvaZipSuccess, writer.Close());
+    EXPECT_TRUE(OrvaUnzipAll((folder / L"x.zip").c_str(), folder / L"out"));
+    EXPECT_EQ("good", ReadFile(folder / L"out\\ok\\deep\\fine.txt"));
+    EXPECT_FALSE(Exists(folder / L"escaped.txt"));
+    // Nothing but the good entry, not even the folders of the others.
+    WIN32_FIND_DATAW data;
+    const HANDLE find = ::FindFirstFileW((folder / L"out\\*").c_str(), &data);
+    int entries = 0;
+    for (BOOL found = find != INVALID_HANDLE_VALUE; found; found = ::FindNextFileW(find, &data))
+        ++entries;
+    ::FindClose(find);
+    EXPECT_EQ(3, entries); // ".", ".." and "ok"
+}
+
+TEST(UnzipAll, SkipsEntriesThatItCannotDecode) {
+    const TempFolder folder;
+    EXPECT_TRUE(OrvaUnzipAll(Data(L"bzip2.zip").c_str(), folder / L"out"));
+    EXPECT_FALSE(Exists(folder / L"out\\packed.txt"));
+    EXPECT_EQ("good", ReadFile(folder / L"out\\good.txt"));
+    EXPECT_TRUE(OrvaUnzipAll(Data(L"infozip-encrypted.zip").c_str(), folder / L"locked"));
+    EXPECT_FALSE(Exists(folder / L"locked\\secret.txt"));
+
+    // One damaged byte in the first entry's data: that entry alone is left out.
+    std::string bytes = ReadFile(Data(L"python.zip"));
+    const std::size_t at = bytes.find("stored text");
+    ASSERT_NE(std::string::npos, at);
+    bytes[at] ^= 1;
+    WriteFile(folder / L"damaged.zip", bytes);
+    folder.MakeFile(L"damaged\\stored.txt", "mine");
+    int told = 0;
+    EXPECT_TRUE(OrvaUnzipAll((folder / L"damaged.zip").c_str(), folder / L"damaged", nullptr,
+                             [&told](const wchar_t*, const WIN32_FIND_DATAW&) { ++told; }));
+    EXPECT_EQ(0, told);
+    EXPECT_EQ("mine", ReadFile(folder / L"damaged\\stored.txt"));
+    EXPECT_EQ("hi", ReadFile(folder / L"damaged\\folder\\Grüße 世.txt"));
+}
+
+TEST(UnzipAll, ReadsArchivesOfOtherPrograms) {
+    const TempFolder folder;
+    EXPECT_TRUE(OrvaUnzipAll(Data(L"python.zip").c_str(), folder / L"python"));
+    EXPECT_EQ("stored text", ReadFile(folder / L"python\\stored.txt"));
+    EXPECT_EQ(900u, ReadFile(folder / L"python\\folder\\deflated.txt").size());
+    EXPECT_TRUE(Exists(folder / L"python\\empty"));
+    EXPECT_TRUE(OrvaUnzipAll(Data(L"infozip-stream.zip").c_str(), folder / L"stream")); // sizes behind the data
+    EXPECT_EQ("secret text", ReadFile(folder / L"stream\\-"));
+
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.Open(Data(L"infozip-encrypted.zip").c_str(), L"pass"));
+    char text[32] = {};
+    EXPECT_EQ(OrvaZipSuccess, reader.ExtractToMemory(0, text, sizeof text));
+    EXPECT_STREQ("secret text", text);
+    ASSERT_EQ(OrvaZipSuccess, reader.Open(Data(L"infozip-encrypted.zip").c_str(), L"wrong"));
+    EXPECT_NE(OrvaZipSuccess, reader.ExtractToMemory(0, text, sizeof text));
+}
+
+} // namespace
