@@ -16,6 +16,8 @@ namespace orva {
 
 void AddTreeCommand(CLI::App& program, Action& action);
 void AddPathCommand(CLI::App& program, Action& action);
+void AddZipCommand(CLI::App& program, Action& action);
+void AddUnzipCommand(CLI::App& program, Action& action);
 void AddCopyCommand(CLI::App& program, Action& action);
 void AddMoveCommand(CLI::App& program, Action& action);
 void AddDeleteCommand(CLI::App& program, Action& action);
@@ -32,8 +34,9 @@ namespace {
 using AddCommand = void (*)(CLI::App& program, Action& action);
 
 constexpr AddCommand commands[] = {
-    &AddTreeCommand,     &AddPathCommand,  &AddCopyCommand,   &AddMoveCommand,   &AddDeleteCommand,  &AddReportCommand,
-    &AddModifiedCommand, &AddWatchCommand, &AddBrowseCommand, &AddPointsCommand, &AddLandXmlCommand, &AddXmlCommand,
+    &AddTreeCommand,   &AddPathCommand,   &AddZipCommand,     &AddUnzipCommand,    &AddCopyCommand,
+    &AddMoveCommand,   &AddDeleteCommand, &AddReportCommand,  &AddModifiedCommand, &AddWatchCommand,
+    &AddBrowseCommand, &AddPointsCommand, &AddLandXmlCommand, &AddXmlCommand,
 };
 
 int Run(const std::vector<std::string>& arguments) {

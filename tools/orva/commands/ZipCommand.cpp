@@ -1,0 +1,227 @@
+#include "orva/Command.h"
+#include "orva/Console.h"
+#include "tarnu/TarnuWin32Utils.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orva {
+namespace {
+
+struct ZipOptions {
+    std::string archive;
+    std::vector<std::string> paths;
+    std::string password;
+    bool isListing = false;
+    bool isQuiet = false;
+};
+
+struct UnzipOptions {
+    std::string archive;
+    std::string folder;
+    std::string password;
+    bool canOverwrite = false;
+    bool isQuiet = false;
+};
+
+/// The text of a result code.
+std::wstring ResultText(OrvaZipResult result) {
+    char text[100];
+    OrvaFormatZipMessage(result, text, sizeof text);
+    return Wide(text);
+}
+
+int Fail(const std::wstring& path, OrvaZipResult result) {
+    PrintError(L"orva: " + path + L": " + ResultText(result) + L"\n");
+    return exitFailure;
+}
+
+/// A file or folder to be packed.
+struct Item {
+    OrvaPath path;
+    OrvaPath name; ///< in the archive
+};
+
+/// What a path of the command line stands for: itself, and for a folder all that is in it, below the folder's name.
+/// @return false when nothing is there
+bool Collect(const std::string& argument, std::vector<Item>& items) {
+    OrvaPath path(Wide(argument), OrvaPath::Normalized);
+    OrvaFileAttributeData data;
+    OrvaGetFileAttributeData(path, /*infoLevel=*/0, &data); // false for a folder, with its attributes
+    if (data.dwFileAttributes == INVALID_FILE_ATTRIBUTES) return false;
+    // "." and ".." have a name all the same.
+    OrvaPath current;
+    current.GetCurrentDirectory();
+    OrvaPath absolute(path);
+    if (absolute.MakeAbsolute(current, /*baseIsFile=*/false, /*tryNameOnly=*/false, /*mustExist=*/true)) {
+        absolute.RemoveTrailingSeparators();
+    } else {
+        absolute = path;
+    }
+    const OrvaPath name = absolute.GetNameAndExtension(); // empty for a drive
+    if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        items.push_back({path, name});
+        return true;
+    }
+    OrvaBFSDirectoryTree folders;
+    folders.Open(path, L"*", 0);
+    for (const OrvaFileEntry& entry : OrvaWalk(folders)) {
+        const OrvaPath inArchive = name / entry.name;
+        if (!inArchive.IsEmpty()) items.push_back({entry.path, inArchive});
+    }
+    OrvaBFSFileTree files;
+    files.Open(path, L"*", 0x20);
+    for (const OrvaFileEntry& entry : OrvaWalk(files))
+        items.push_back({entry.path, name / entry.name});
+    return true;
+}
+
+int RunZip(const ZipOptions& options) {
+    std::vector<Item> items;
+    for (const std::string& argument : options.paths) {
+        if (!Collect(argument, items)) {
+            PrintError(L"orva: there is no " + Wide(argument) + L"; nothing was packed\n");
+            return exitFailure;
+        }
+    }
+    const std::wstring archive = Wide(options.archive);
+    OrvaZipWriter writer;
+    OrvaZipResult result = writer.Create(archive.c_str(), Wide(options.password).c_str());
+    if (result != OrvaZipSuccess) return Fail(archive, result);
+
+    ProgressLine progress;
+    std::uint64_t number = 0;
+    std::uint64_t failures = 0;
+    for (const Item& item : items) {
+        ++number;
+        if (!options.isQuiet) progress.Item(number, items.size(), std::wstring(item.name));
+        result = writer.AddFile(item.name, item.path);
+        if (result == OrvaZipSuccess) continue;
+        progress.Clear();
+        Fail(std::wstring(item.path), result);
+        ++failures;
+    }
+    progress.Clear();
+    const std::uint64_t packed = writer.GetCount();
+    result = writer.Close();
+    if (result != OrvaZipSuccess) return Fail(archive, result);
+    OrvaFileAttributeData data{};
+    OrvaGetFileAttributeData(archive.c_str(), /*infoLevel=*/0, &data);
+    const std::uint64_t size = (std::uint64_t{data.nFileSizeHigh} << 32) | data.nFileSizeLow;
+    Print(L"packed " + Counted(packed, L"entry", L"entries") + L" into " + FormatSize(size) +
+          (failures == 0 ? L"\n" : L"; left out " + std::to_wstring(failures) + L"\n"));
+    return failures == 0 ? exitSuccess : exitFailure;
+}
+
+int RunList(const ZipOptions& options) {
+    const std::wstring archive = Wide(options.archive);
+    OrvaZipReader reader;
+    const OrvaZipResult result = reader.Open(archive.c_str());
+    if (result != OrvaZipSuccess) return Fail(archive, result);
+    std::uint64_t total = 0;
+    std::uint64_t packed = 0;
+    Print(L"            size        packed  method   time              name\n");
+    for (ULONGLONG index = 0; index < reader.GetCount(); ++index) {
+        OrvaZipEntry entry;
+        if (reader.GetEntry(index, entry) != OrvaZipSuccess) continue;
+        SYSTEMTIME utc{};
+        SYSTEMTIME local{};
+        if (::FileTimeToSystemTime(&entry.lastWrite, &utc)) {
+            ::SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local);
+        }
+        const std::wstring method = entry.method == 0   ? L"stored"
+                                    : entry.method == 8 ? L"deflate"
+                                                        : Format(L"%u", static_cast<unsigned>(entry.method));
+        Print(Format(L"%16I64u  %12I64u  %-7s%c %04u-%02u-%02u %02u:%02u  ", entry.size, entry.compressedSize,
+                     method.c_str(), entry.isEncrypted ? L'*' : L' ', static_cast<unsigned>(local.wYear),
+                     static_cast<unsigned>(local.wMonth), static_cast<unsigned>(local.wDay),
+                     static_cast<unsigned>(local.wHour), static_cast<unsigned>(local.wMinute)) +
+              entry.name.GetString() + L"\n");
+        total += entry.size;
+        packed += entry.compressedSize;
+    }
+    Print(Counted(reader.GetCount(), L"entry", L"entries") + L", " + FormatSize(total) + L" in " + FormatSize(packed) +
+          L"\n");
+    return exitSuccess;
+}
+
+int RunUnzip(const UnzipOptions& options) {
+    const std::wstring archive = Wide(options.archive);
+    const std::wstring folder = Wide(options.folder);
+    OrvaZipReader reader;
+    OrvaZipResult result = reader.Open(archive.c_str(), Wide(options.password).c_str());
+    if (result != OrvaZipSuccess) return Fail(archive, result);
+    if (OrvaCreateDirectoryPath(folder.c_str()) != 0) {
+        PrintError(L"orva: the folder can't be made: " + folder + L"\n");
+        return exitFailure;
+    }
+
+    ProgressLine progress;
+    const OrvaZipOverwrite overwrite = [&](const wchar_t* target, const WIN32_FIND_DATAW&) {
+        if (options.isQuiet) return;
+        progress.Clear();
+        Print(L"replacing " + std::wstring(target) + L"\n");
+    };
+    std::uint64_t extracted = 0;
+    std::uint64_t kept = 0;
+    std::uint64_t failures = 0;
+    for (ULONGLONG index = 0; index < reader.GetCount(); ++index) {
+        OrvaZipEntry entry;
+        reader.GetEntry(index, entry);
+        if (!options.isQuiet) progress.Item(index + 1, reader.GetCount(), entry.name.GetString());
+        bool written = false;
+        result = reader.ExtractBelow(index, folder.c_str(), options.canOverwrite ? overwrite : nullptr, &written);
+        if (result != OrvaZipSuccess) {
+            progress.Clear();
+            const bool needsPassword = result == OrvaZipBadArguments && entry.isEncrypted;
+            const std::wstring reason =
+                needsPassword ? std::wstring(L"it is encrypted, and not with this password") : ResultText(result);
+            PrintError(L"orva: " + std::wstring(entry.name.GetString()) + L": " + reason + L"\n");
+            ++failures;
+        } else {
+            ++(written ? extracted : kept);
+        }
+    }
+    progress.Clear();
+    std::wstring text = L"unpacked " + Counted(extracted, L"entry", L"entries");
+    if (kept != 0) text += L"; kept " + Counted(kept, L"existing file", L"existing files") + L" (see --overwrite)";
+    if (failures != 0) text += L"; " + Counted(failures, L"failure", L"failures");
+    Print(text + L"\n");
+    return failures == 0 ? exitSuccess : exitFailure;
+}
+
+} // namespace
+
+void AddZipCommand(CLI::App& program, Action& action) {
+    auto options = std::make_shared<ZipOptions>();
+    CLI::App* command = program.add_subcommand("zip", "Packs files and folders into an archive, or lists one");
+    command
+        ->add_option("ARCHIVE", options->archive, "The archive; an older one is replaced when the new one is complete")
+        ->required();
+    CLI::Option* paths = command->add_option("PATH", options->paths, "Files, and folders with all that is in them");
+    CLI::Option* list = command->add_flag("-l,--list", options->isListing, "List what the archive holds");
+    command->add_option("-p,--password", options->password,
+                        "Encrypt with this password (the format's weak encryption)");
+    command->add_flag("-q,--quiet", options->isQuiet, "Show no progress");
+    paths->excludes(list);
+    command->callback([options, &action] {
+        if (!options->isListing && options->paths.empty()) throw CLI::RequiredError("PATH or --list");
+        action = [options] { return options->isListing ? RunList(*options) : RunZip(*options); };
+    });
+}
+
+void AddUnzipCommand(CLI::App& program, Action& action) {
+    auto options = std::make_shared<UnzipOptions>();
+    CLI::App* command =
+        program.add_subcommand("unzip", "Unpacks an archive; damaged entries are reported and left out");
+    command->add_option("ARCHIVE", options->archive, "The archive")->required();
+    command->add_option("DIR", options->folder, "The folder to unpack into; created when it is missing")->required();
+    command->add_option("-p,--password", options->password, "The password of encrypted entries");
+    command->add_flag("-o,--overwrite", options->canOverwrite, "Replace files that exist; otherwise they are kept");
+    command->add_flag("-q,--quiet", options->isQuiet, "Show no progress");
+    command->callback([options, &action] { action = [options] { return RunUnzip(*options); }; });
+}
+
+} // namespace orva
