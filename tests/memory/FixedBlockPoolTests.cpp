@@ -42,8 +42,8 @@ private:
 
 struct Counted {
     static inline int alive = 0;
-    explicit Counted(int number) : number(number) {
-        if (number < 0) throw std::invalid_argument("negative");
+    explicit Counted(int value) : number(value) {
+        if (value < 0) throw std::invalid_argument("negative");
         ++alive;
     }
     ~Counted() { --alive; }

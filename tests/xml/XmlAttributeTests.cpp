@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <initializer_list>
 #include <limits>
 #include <random>
 #include <string>
@@ -79,7 +80,7 @@ TEST_F(XmlAttributes, StoreAndReturnEveryType) {
         EXPECT_EQ(value, OrvaXml::GetBool(element, L"b"));
         EXPECT_EQ(value ? L"-1" : L"0", Text(L"b"));
     }
-    for (const std::int16_t value : {INT16_MIN, -1, 0, INT16_MAX}) {
+    for (const auto value : std::initializer_list<std::int16_t>{INT16_MIN, -1, 0, INT16_MAX}) {
         EXPECT_EQ(S_OK, OrvaXml::SetInt16(element, L"i2", value));
         EXPECT_EQ(value, OrvaXml::GetInt16(element, L"i2"));
         EXPECT_EQ(std::to_wstring(value), Text(L"i2"));
