@@ -1,17 +1,20 @@
 #!/usr/bin/env python3
 """The main job on real input: walk a folder, pack it, unpack it elsewhere, compare every byte, and let an independent
-program test the archive.
+program test the archive. Then make a LandXML document of a survey, list its points back, compare every digit, and let
+an independent program read the document.
 
 usage: demo.py BUILD-FOLDER [FOLDER]
 
 FOLDER is what gets packed; without one, the project's own sources with those of its dependencies.
 """
+import csv
 import os
 import pathlib
 import shutil
 import subprocess
 import sys
 import time
+import xml.etree.ElementTree
 import zipfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -145,6 +148,72 @@ def archive_demo(orva, work, build, folder):
     print(f"\n   {size_text(total)} became {size_text(packed)}   {bar} {share:.0f} %   packed in {seconds:.1f} s")
 
 
+LANDXML = "{http://www.landxml.org/schema/landxml-1.0}"
+
+
+def wanted_numbers(selection):
+    """The numbers of a list such as 1-100,205."""
+    numbers = set()
+    for part in selection.split(","):
+        first, _, last = part.partition("-")
+        numbers.update(range(int(first), int(last or first) + 1))
+    return numbers
+
+
+def survey_points(text):
+    """The points of a survey file by number: northing, easting, elevation (or none), description."""
+    lines = [line for line in text.splitlines() if line.strip() and line.lstrip()[0] not in "#;"]
+    points = {}
+    for fields in csv.reader(lines, skipinitialspace=True):
+        if fields[0] == "number":
+            continue
+        northing, easting, elevation, *description = fields[1:]
+        points[int(fields[0])] = (float(northing), float(easting), float(elevation) if elevation else None,
+                                  description[0] if description else "")
+    return points
+
+
+def survey_demo(orva, work):
+    survey = ROOT / "examples" / "data" / "survey.csv"
+    selection = "1-4,101-140,405,501-506"
+    every = survey_points(survey.read_text(encoding="utf-8"))
+    wanted = {number: point for number, point in every.items() if number in wanted_numbers(selection)}
+
+    heading(6, f"Make a LandXML document of a survey: {len(wanted)} of {len(every)} points")
+    document = work / "survey.xml"
+    orva.run("landxml", windows_path(survey), windows_path(document), "--points", selection)
+
+    heading(7, "List its points back and compare every digit")
+    output = orva.run("landxml", "--read", windows_path(document))
+    lines = output.rstrip().splitlines()
+    shown = lines if len(lines) <= 12 else [*lines[:6], f"… {len(lines) - 10} more lines …", *lines[-4:]]
+    print("\n".join("     " + line for line in shown))
+    listed = survey_points(output)
+    if list(listed) != list(wanted):
+        fail(f"the points differ: missing {sorted(set(wanted) - set(listed))[:5]}, "
+             f"added {sorted(set(listed) - set(wanted))[:5]}, or in another order")
+    for number, point in wanted.items():
+        if listed[number] != point:  # floats are equal only to the last bit
+            fail(f"point {number} came back as {listed[number]} instead of {point}")
+    print(f"   {len(listed)} points: all equal to the last digit, descriptions kept")
+
+    heading(8, "Ask an independent program (Python's xml.etree) about the document")
+    root = xml.etree.ElementTree.parse(document).getroot()
+    if root.tag != LANDXML + "LandXML":
+        fail(f"xml.etree reads the root as {root.tag}")
+    points = root.findall(f"{LANDXML}CgPoints/{LANDXML}CgPoint")
+    if len(points) != len(wanted):
+        fail(f"xml.etree counts {len(points)} points instead of {len(wanted)}")
+    for point in points:
+        number = int(point.get("name"))
+        coordinates = tuple(map(float, point.text.split()))
+        if coordinates != tuple(value for value in wanted[number][:3] if value is not None):
+            fail(f"xml.etree reads point {number} as {coordinates}")
+        if point.get("desc", "") != wanted[number][3]:
+            fail(f"xml.etree reads the description of point {number} as {point.get('desc')!r}")
+    print(f"   LandXML {root.get('version')}, {len(points)} points read and compared: all equal")
+
+
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
@@ -154,7 +223,9 @@ def main():
     work.mkdir(parents=True)
     orva = Orva(build)
     archive_demo(orva, work, build, sys.argv[2] if len(sys.argv) > 2 else "")
-    print(f"\nAll of it held. The archive is {os.path.relpath(work / 'demo.zip')}.")
+    survey_demo(orva, work)
+    print(f"\nAll of it held. The archive is {os.path.relpath(work / 'demo.zip')}, "
+          f"the survey {os.path.relpath(work / 'survey.xml')}.")
 
 
 if __name__ == "__main__":
