@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <msxml2.h>
+#include <type_traits>
 #include <wrl/client.h>
 
 /// Owns one DOM document and what a host does with it.
@@ -76,6 +77,20 @@ public:
     /// @return true when the walk ran to its end, also without a callback or a document; false when a callback stopped
     ///         it or memory ran out
     bool Walk(WalkCallback callback, void* userData) const;
+    /// The same with anything that can be called so, a lambda that captures for instance.
+    template <class Callback>
+    requires std::is_invocable_r_v<bool, Callback&, const CString&, IXMLDOMNode*, void*>
+    bool Walk(Callback&& callback, void* userData) const {
+        struct Call {
+            std::remove_reference_t<Callback>& callback;
+            void* userData;
+        } call = {callback, userData};
+        const WalkCallback forward = [](const CString& name, IXMLDOMNode* node, void* data) -> bool {
+            const Call& target = *static_cast<const Call*>(data);
+            return target.callback(name, node, target.userData);
+        };
+        return Walk(forward, &call);
+    }
 
     // Documents
 

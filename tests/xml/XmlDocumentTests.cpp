@@ -422,6 +422,22 @@ TEST_F(XmlWalk, VisitsNodeAttributesChildrenInOrder) {
     }
     EXPECT_TRUE(xml.Walk(nullptr, nullptr));
 
+    // Whatever can be called so will do: captures, the name by value or as a plain text, an integer as answer.
+    std::vector<std::wstring> names;
+    const auto capturing = [&](const wchar_t* name, IXMLDOMNode*, void* userData) -> int {
+        EXPECT_EQ(&names, userData);
+        names.emplace_back(name);
+        return names.size() < 3;
+    };
+    EXPECT_FALSE(xml.Walk(capturing, &names));
+    EXPECT_EQ((std::vector<std::wstring>{L"#document", L"r", L"b"}), names);
+    const std::function<bool(CString, IXMLDOMNode*, void*)> function = [&](CString name, IXMLDOMNode*, void*) {
+        names.emplace_back(name);
+        return true;
+    };
+    EXPECT_TRUE(xml.Walk(function, nullptr));
+    EXPECT_EQ(3 + expected.size(), names.size());
+
     OrvaXml empty(L"", false, false, false);
     Visits document;
     EXPECT_TRUE(empty.Walk(Record, &document));
