@@ -13,20 +13,6 @@ constexpr std::wstring_view extendedPrefix = L"\\\\?\\";
 constexpr std::wstring_view extendedShare = L"\\\\?\\UNC\\";
 constexpr std::wstring_view share = L"\\\\";
 
-/// Calls a function of the system that fills a buffer and answers the needed size when it is too small.
-template <class Fill>
-std::wstring Filled(Fill fill) {
-    std::wstring text(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length = fill(text.data(), static_cast<DWORD>(text.size()));
-        if (length < text.size()) {
-            text.resize(length);
-            return text;
-        }
-        text.resize(length + std::size_t{1}); // the current directory may change in between: ask until it fits
-    }
-}
-
 /// Where the last component of an absolute path begins, at its separator; npos when only a root is left.
 std::size_t LastSeparator(const std::wstring& path) noexcept {
     const std::size_t separator = path.find_last_of(L'\\');
@@ -50,7 +36,7 @@ std::wstring ResolvedPath(const wchar_t* path) {
                                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                                        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
         if (directory) {
-            std::wstring resolved = Filled([&directory](wchar_t* buffer, DWORD size) {
+            std::wstring resolved = FilledText([&directory](wchar_t* buffer, DWORD size) {
                 return ::GetFinalPathNameByHandleW(directory.Get(), buffer, size, FILE_NAME_NORMALIZED);
             });
             if (resolved.empty()) resolved = existing;
@@ -78,10 +64,6 @@ bool IsBlank(const wchar_t* path) noexcept {
     return path == nullptr || *path == L'\0';
 }
 
-std::wstring FullPath(const wchar_t* path) {
-    return Filled([path](wchar_t* buffer, DWORD size) { return ::GetFullPathNameW(path, size, buffer, nullptr); });
-}
-
 bool IsDevice(const std::wstring& fullPath) {
     return fullPath.starts_with(devicePrefix);
 }
@@ -89,13 +71,6 @@ bool IsDevice(const std::wstring& fullPath) {
 bool HasWildcards(const std::wstring& fullPath) {
     const std::size_t prefix = fullPath.starts_with(extendedPrefix) ? extendedPrefix.size() : 0;
     return fullPath.find_first_of(L"*?<>\"", prefix) != std::wstring::npos;
-}
-
-std::wstring ExtendedPath(const std::wstring& fullPath) {
-    if (fullPath.starts_with(extendedPrefix) || fullPath.starts_with(devicePrefix)) return fullPath;
-    std::wstring extended(fullPath.starts_with(share) ? extendedShare : extendedPrefix);
-    extended += fullPath.starts_with(share) ? std::wstring_view(fullPath).substr(share.size()) : fullPath;
-    return extended;
 }
 
 std::wstring DisplayPath(const std::wstring& extendedPath) {

@@ -1,7 +1,9 @@
 /// @file
-/// What the file operations have to know about a path beyond its text: absolute form, devices, one path within another.
+/// What the file operations have to know about a path beyond its text: devices, patterns, one path within another.
 #ifndef TARNU_FILES_PATHFACTSINTERNAL_H
 #define TARNU_FILES_PATHFACTSINTERNAL_H
+
+#include "tarnu/support/ExtendedPath.h"
 
 #include <string>
 
@@ -10,17 +12,11 @@ namespace tarnu::support {
 /// True for null and for the empty text.
 bool IsBlank(const wchar_t* path) noexcept;
 
-/// The absolute form of a path, of any length; empty, with the last error set, when there is none.
-std::wstring FullPath(const wchar_t* path);
-
 /// True when the system takes the path for a device: "NUL", "C:\x\con.txt" (before Windows 11), "\\.\COM1".
 bool IsDevice(const std::wstring& fullPath);
 
 /// True when a listing would take the path for a pattern. The prefix "\\?\" does not count.
 bool HasWildcards(const std::wstring& fullPath);
-
-/// The form of an absolute path that is not limited to 260 characters: "\\?\C:\x", "\\?\UNC\server\share".
-std::wstring ExtendedPath(const std::wstring& fullPath);
 
 /// The form that people read: ExtendedPath undone.
 std::wstring DisplayPath(const std::wstring& extendedPath);

@@ -21,12 +21,6 @@ std::optional<Identity> IdentityOf(const wchar_t* directory) {
     return Identity(information.dwVolumeSerialNumber, information.nFileIndexHigh, information.nFileIndexLow);
 }
 
-std::wstring FullPath(const wchar_t* path) {
-    std::wstring full(::GetFullPathNameW(path, 0, nullptr, nullptr), L'\0');
-    full.resize(::GetFullPathNameW(path, static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full;
-}
-
 } // namespace
 
 bool LeadsToAncestor(const OrvaBasicFileMatcher& matcher) {

@@ -3,6 +3,8 @@
 #include "tarnu/support/ExtendedPath.h"
 #include "tarnu/support/Owners.h"
 
+#include <cwchar>
+
 using tarnu::support::UniqueFindHandle;
 
 namespace {
@@ -12,6 +14,12 @@ constexpr DWORD visibleDirectoriesOnly = 0x2090;
 
 bool IsDots(const wchar_t* name) noexcept {
     return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
+}
+
+/// How long the part behind the last separator is; the separators are backslashes.
+std::size_t LastComponentLength(const wchar_t* path) noexcept {
+    const wchar_t* const separator = std::wcsrchr(path, L'\\');
+    return std::wcslen(separator != nullptr ? separator + 1 : path);
 }
 
 } // namespace
@@ -41,7 +49,8 @@ void OrvaBasicFileMatcher::Open(const wchar_t* directory, const wchar_t* pattern
 
     const OrvaPath search = m_directory / m_pattern;
     const bool isLimited = attributeFilter == directoriesOnly || attributeFilter == visibleDirectoriesOnly;
-    m_find = ::FindFirstFileExW(tarnu::support::SystemPath(search).Get(), FindExInfoStandard, &m_findData,
+    const tarnu::support::SystemPath systemSearch(search, LastComponentLength(search));
+    m_find = ::FindFirstFileExW(systemSearch.Get(), FindExInfoStandard, &m_findData,
                                 isLimited ? FindExSearchLimitToDirectories : FindExSearchNameMatch,
                                 /*lpSearchFilter=*/nullptr, /*dwAdditionalFlags=*/0);
     if (m_find != INVALID_HANDLE_VALUE) Examine(TRUE);

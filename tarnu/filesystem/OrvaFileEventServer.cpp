@@ -3,6 +3,7 @@
 #include "tarnu/filesystem/OrvaFileEventMessages.h"
 #include "tarnu/filesystem/OrvaFileEventServerInternal.h"
 #include "tarnu/support/Errors.h"
+#include "tarnu/support/ExtendedPath.h"
 
 #include <iterator>
 #include <new>
@@ -22,15 +23,8 @@ constexpr ListenerSlot changeSlots[] = {
 
 /// The worker uses the path later, when another directory may be the current one.
 OrvaPath MakeFull(const wchar_t* path) {
-    OrvaPath full(path);
-    const DWORD size = ::GetFullPathNameW(path, /*nBufferLength=*/0, nullptr, nullptr);
-    if (size == 0 || *path == L'\0') return full;
-    CString text;
-    const DWORD length = ::GetFullPathNameW(path, size, text.GetBuffer(static_cast<int>(size)), nullptr);
-    const bool isComplete = length != 0 && length < size;
-    text.ReleaseBuffer(isComplete ? static_cast<int>(length) : 0);
-    if (isComplete) full = text;
-    return full;
+    const std::wstring full = tarnu::support::FullPath(path);
+    return full.empty() ? OrvaPath(path) : OrvaPath(full);
 }
 
 } // namespace
@@ -70,8 +64,8 @@ void OrvaFileEventServerImpl::Start() noexcept {
 HRESULT OrvaFileEventServerImpl::RegisterFile(const wchar_t* path, DWORD filter, OrvaFileEventListener* listener,
                                               OrvaFileEventCookie& cookie) {
     cookie = nullptr;
-    if (path == nullptr || listener == nullptr) return E_POINTER;
     if (!m_worker.IsRunning()) return E_FAIL;
+    if (path == nullptr || listener == nullptr) return E_POINTER;
     SendUnregistrations();
     try {
         auto record = std::make_unique<FileRecord>(MakeFull(path), filter);

@@ -10,27 +10,63 @@
 
 namespace tarnu::support {
 
+/// The text of a function of the system that fills a buffer and answers the needed size when that is too small.
+/// @param fill called with the buffer and its size in characters; returns the length, the needed size, or 0
+/// @return empty, with the last error set, when the function fails
+template <class Fill>
+std::wstring FilledText(Fill fill) {
+    std::wstring text(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = fill(text.data(), static_cast<DWORD>(text.size()));
+        if (length < text.size()) {
+            text.resize(length);
+            return text;
+        }
+        text.resize(length + std::size_t{1}); // what is asked for may grow in between: ask until it fits
+    }
+}
+
+/// The absolute form of a path, of any length; empty, with the last error set, when there is none.
+inline std::wstring FullPath(const wchar_t* path) {
+    return FilledText([path](wchar_t* buffer, DWORD size) { return ::GetFullPathNameW(path, size, buffer, nullptr); });
+}
+
+/// True for "\\?\" and "\\.\" in front: such a path is taken as it is.
+inline bool IsExtendedPath(const wchar_t* path) noexcept {
+    return path[0] == L'\\' && path[1] == L'\\' && (path[2] == L'?' || path[2] == L'.') && path[3] == L'\\';
+}
+
+/// The form of an absolute path that is not limited to 260 characters: "\\?\C:\x", "\\?\UNC\server\share".
+inline std::wstring ExtendedPath(const std::wstring& fullPath) {
+    if (IsExtendedPath(fullPath.c_str())) return fullPath;
+    if (fullPath.starts_with(L"\\\\")) return L"\\\\?\\UNC" + fullPath.substr(1);
+    return L"\\\\?\\" + fullPath;
+}
+
 /// A path in the form that the system takes at any length: a long one absolute and behind "\\?\", any other as it is.
 /// Refers to the text that it was made from, which must outlive it.
 class SystemPath {
 public:
-    explicit SystemPath(const wchar_t* path) : m_path(path) {
+    /// @param patternLength of the search pattern at the end of the path, in characters: the pattern stays as it is,
+    ///                      where the absolute form would lose the point of "*."
+    explicit SystemPath(const wchar_t* path, std::size_t patternLength = 0) : m_path(path) {
         // Directories are limited to 248 characters, so that an 8.3 name still fits below them.
         constexpr std::size_t longFrom = MAX_PATH - 12;
-        if (std::wcslen(path) < longFrom || IsExtended(path)) return;
-        const DWORD size = ::GetFullPathNameW(path, 0, nullptr, nullptr);
-        if (size == 0) return;
-        std::wstring full(size, L'\0');
-        const DWORD length = ::GetFullPathNameW(path, size, full.data(), nullptr);
-        if (length == 0 || length >= size) return;
-        full.resize(length);
-        if (IsExtended(full.c_str())) {
-            m_extended = std::move(full);
-        } else if (full.starts_with(L"\\\\")) {
-            m_extended = L"\\\\?\\UNC" + full.substr(1);
+        const std::size_t length = std::wcslen(path);
+        if (IsExtendedPath(path) || (IsAbsolute(path) && length < longFrom)) return;
+        // A short relative path may still be a long one, below a long current directory.
+        std::wstring full;
+        if (patternLength == 0) {
+            full = FullPath(path);
         } else {
-            m_extended = L"\\\\?\\" + full;
+            const std::wstring directory(path, length - patternLength);
+            full = FullPath(directory.empty() ? L"." : directory.c_str());
+            if (full.empty()) return;
+            if (full.back() != L'\\') full += L'\\';
+            full.append(path + directory.size(), patternLength);
         }
+        if (full.size() < longFrom) return;
+        m_extended = ExtendedPath(full);
         m_path = m_extended.c_str();
     }
     SystemPath(const SystemPath&) = delete;
@@ -39,9 +75,10 @@ public:
     const wchar_t* Get() const noexcept { return m_path; }
 
 private:
-    /// Such a path is taken as it is, device paths ("\\.\") too.
-    static bool IsExtended(const wchar_t* path) noexcept {
-        return path[0] == L'\\' && path[1] == L'\\' && (path[2] == L'?' || path[2] == L'.') && path[3] == L'\\';
+    static bool IsSeparator(wchar_t character) noexcept { return character == L'\\' || character == L'/'; }
+    static bool IsAbsolute(const wchar_t* path) noexcept {
+        return path[0] != L'\0' &&
+               ((path[1] == L':' && IsSeparator(path[2])) || (IsSeparator(path[0]) && IsSeparator(path[1])));
     }
 
     const wchar_t* m_path;
