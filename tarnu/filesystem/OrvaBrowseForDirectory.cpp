@@ -1,6 +1,5 @@
 #include "tarnu/filesystem/OrvaBrowseForDirectory.h"
 
-#include "tarnu/paths/OrvaPath.h"
 #include "tarnu/support/Com.h"
 #include "tarnu/support/Owners.h"
 
@@ -105,7 +104,7 @@ OrvaBrowseForDirectory::~OrvaBrowseForDirectory() {
     if (m_comInitialized) ::CoUninitialize();
 }
 
-BOOL OrvaBrowseForDirectory::Browse(CString& path, const wchar_t* initialFolder, const wchar_t* title, HWND owner,
+BOOL OrvaBrowseForDirectory::Browse(OrvaPath& path, const wchar_t* initialFolder, const wchar_t* title, HWND owner,
                                     const wchar_t* rootFolder) {
     if (m_callback == nullptr) m_callback = &Dialog::OnEvent;
     try {
@@ -122,6 +121,7 @@ BOOL OrvaBrowseForDirectory::Browse(CString& path, const wchar_t* initialFolder,
         info.lpfn = m_callback;
         info.lParam = reinterpret_cast<LPARAM>(this);
         const UniqueItem chosen(::SHBrowseForFolderW(&info));
+        // A choice without a path would come out as a lone backslash, the root of whatever drive is current.
         if (!chosen || !::SHGetPathFromIDListW(chosen.Get(), buffer)) return FALSE;
         CString folder(buffer);
         OrvaPath::AddBackslash(folder);

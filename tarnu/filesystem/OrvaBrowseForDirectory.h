@@ -4,6 +4,7 @@
 #define TARNU_FILESYSTEM_ORVABROWSEFORDIRECTORY_H
 
 #include "tarnu/framework/framework.h"
+#include "tarnu/paths/OrvaPath.h"
 
 #include <shlobj.h>
 
@@ -17,8 +18,8 @@
 ///         return FALSE;
 ///     }
 /// };
-/// CString folder;
-/// if (ProjectPicker().Browse(folder, L"C:\\Data", L"Open a project", window, nullptr)) Open(folder);
+/// OrvaPath folder;
+/// if (ProjectPicker().Browse(folder, L"C:\\Data", L"Open a project", window)) Open(folder);
 /// ~~~
 /// Threads: an object lives and is used on one thread. That thread must be able to enter a single-threaded apartment:
 /// the dialog does not work in a multithreaded one.
@@ -37,18 +38,20 @@ public:
     OrvaBrowseForDirectory& operator=(const OrvaBrowseForDirectory&) = delete;
 
     /// Shows the dialog and waits for its end; messages of the thread's other windows are dispatched meanwhile.
-    /// @param path          receives the chosen folder with a trailing backslash (`C:\Data\`); unchanged otherwise
+    ///
+    /// A choice without a file-system path of fewer than 260 characters counts as none: there is nothing to return.
+    /// @param path          receives the chosen folder with a trailing backslash (`C:\Data\`), and keeps its separator;
+    ///                      unchanged otherwise
     /// @param initialFolder absolute path, with backslashes, of what is selected at first; null, or one that does not
     ///                      exist, opens the dialog at its default place
     /// @param title         text above the tree; may be null
     /// @param owner         window that the dialog disables while it is open; may be null
     /// @param rootFolder    absolute path, with backslashes, above which the user can't go; null, or one that the shell
     ///                      can't find, offers the whole desktop
-    /// @return 1 when a folder was chosen; 0 when the dialog was cancelled or could not be shown, when the choice has
-    /// no
-    ///         file-system path of fewer than 260 characters, and when memory ran out
-    virtual BOOL Browse(CString& path, const wchar_t* initialFolder, const wchar_t* title, HWND owner,
-                        const wchar_t* rootFolder);
+    /// @return 1 when a folder was chosen; 0 when the dialog was cancelled or could not be shown, and when memory ran
+    ///         out
+    virtual BOOL Browse(OrvaPath& path, const wchar_t* initialFolder, const wchar_t* title, HWND owner,
+                        const wchar_t* rootFolder = nullptr);
 
     /// Judges the current selection; the library's callback calls it on every change, on the dialog's thread. Must not
     /// throw: the shell stands between it and Browse. The default accepts everything.
@@ -59,6 +62,15 @@ public:
     /// @param statusText empty; receives the text for the dialog's status line, which only dialogs that have one show
     /// @return non-zero to accept
     virtual BOOL ValidateFolder(const wchar_t* path, CString& statusText);
+
+    /// Browse into a plain text. A class that overrides Browse says `using OrvaBrowseForDirectory::Browse;` to keep it.
+    BOOL Browse(CString& path, const wchar_t* initialFolder, const wchar_t* title, HWND owner,
+                const wchar_t* rootFolder = nullptr) {
+        OrvaPath chosen;
+        if (!Browse(chosen, initialFolder, title, owner, rootFolder)) return FALSE;
+        path = chosen.GetText();
+        return TRUE;
+    }
 
 private:
     struct Items;

@@ -313,6 +313,13 @@ TEST(BrowseForDirectory, DescribesTheDialogAndReturnsTheChoiceWithABackslash) {
         ExpectPath(entry.expected, path.GetString());
     }
 
+    // Into a path object; its separator stays, and the text ends with a backslash all the same.
+    OrvaPath chosen(L"before", OrvaPath::SlashSeparator);
+    shell.script = [&](const BROWSEINFOW&) { return ::ILCreateFromPathW(deep.c_str()); };
+    EXPECT_EQ(1, picker.Browse(chosen, start.c_str(), L"Choose", owner));
+    ExpectPath(deep + L"\\", chosen.GetText().GetString());
+    EXPECT_STREQ(L"/", chosen.GetSeparator());
+
     shell.script = [&](const BROWSEINFOW& info) {
         EXPECT_EQ(nullptr, info.hwndOwner);
         EXPECT_EQ(nullptr, info.lpszTitle);
@@ -321,7 +328,9 @@ TEST(BrowseForDirectory, DescribesTheDialogAndReturnsTheChoiceWithABackslash) {
     CString path(L"before");
     EXPECT_EQ(0, picker.Browse(path, nullptr, nullptr, nullptr, nullptr));
     EXPECT_STREQ(L"before", path);
-    EXPECT_EQ(4, shell.shown);
+    EXPECT_EQ(0, picker.Browse(chosen, nullptr, nullptr, nullptr));
+    ExpectPath(deep + L"\\", chosen.GetText().GetString());
+    EXPECT_EQ(6, shell.shown);
 }
 
 TEST(BrowseForDirectory, AChoiceWithoutAFileSystemPathIsNone) {

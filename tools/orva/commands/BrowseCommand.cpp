@@ -17,7 +17,7 @@ int Run(const Options& options) {
     OrvaPath start;
     if (!options.start.empty()) {
         // The dialog finds a folder by its full name alone, and shows its default place for one that is missing.
-        start = Wide(options.start);
+        start = OrvaPath(Wide(options.start), OrvaPath::Normalized);
         const OrvaPath current(OrvaPath::CurrentDirectory);
         const bool isAbsolute = start.MakeAbsolute(current.GetText(), /*baseIsFile=*/false, /*tryNameOnly=*/false,
                                                    /*mustExist=*/false);
@@ -28,9 +28,9 @@ int Run(const Options& options) {
         }
     }
     OrvaBrowseForDirectory picker;
-    CString folder;
+    OrvaPath folder;
     const wchar_t* const initialFolder = start.IsEmpty() ? nullptr : start.GetText().GetString();
-    if (!picker.Browse(folder, initialFolder, Wide(options.title).c_str(), /*owner=*/nullptr, /*rootFolder=*/nullptr)) {
+    if (!picker.Browse(folder, initialFolder, Wide(options.title).c_str(), /*owner=*/nullptr)) {
         PrintError(L"orva: no folder was chosen\n");
         return exitFailure;
     }
