@@ -30,6 +30,8 @@ public:
     /// The record of the current entry, with sizes and times; zero-filled before the first. It belongs to the matcher
     /// and is valid as long as that lives.
     const WIN32_FIND_DATAW* GetFindData() const;
+    /// The same, for functions that take the record without const. The next entry is read into it.
+    WIN32_FIND_DATAW* GetFindData() { return &m_findData; }
 
 private:
     friend class OrvaDFSDirectoryTree; // stands on directories that it does not list

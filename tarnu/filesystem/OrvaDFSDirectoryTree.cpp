@@ -24,6 +24,7 @@ OrvaDFSDirectoryTree::~OrvaDFSDirectoryTree() {
 
 void OrvaDFSDirectoryTree::Close() {
     m_root = OrvaPath();
+    m_pattern.Empty();
     while (!m_stack.IsEmpty()) {
         const std::unique_ptr<OrvaFileMatch> matcher(m_stack.RemoveHead());
     }

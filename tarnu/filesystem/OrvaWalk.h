@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <iterator>
-#include <type_traits>
 
 /// One entry of a walk.
 struct OrvaFileEntry {
@@ -65,6 +64,18 @@ private:
     OrvaFileEntry m_entry;
 };
 
+namespace tarnu {
+
+/// The record of a walk's current entry, whatever walk is behind the interface; null for one that keeps none.
+inline const WIN32_FIND_DATAW* FindDataOf(const OrvaFileMatch& matcher) {
+    if (const auto* basic = dynamic_cast<const OrvaBasicFileMatcher*>(&matcher)) return basic->GetFindData();
+    if (const auto* files = dynamic_cast<const OrvaBFSFileTree*>(&matcher)) return files->GetFindData();
+    if (const auto* files = dynamic_cast<const OrvaDFSFileTree*>(&matcher)) return files->GetFindData();
+    return nullptr;
+}
+
+} // namespace tarnu
+
 /// The entries of an opened walk, from the current one on, for a range-based for loop:
 /// ~~~
 /// OrvaDFSFileTree files;
@@ -72,14 +83,8 @@ private:
 /// for (const OrvaFileEntry& entry : OrvaWalk(files)) total += entry.findData->nFileSizeLow;
 /// ~~~
 /// The entry is one object that moves along. The walk must outlive the range, and is at its end after the loop.
-template <class Matcher>
-OrvaWalkRange OrvaWalk(Matcher& matcher) {
-    static_assert(std::is_base_of_v<OrvaFileMatch, Matcher>, "OrvaWalk takes a walk derived from OrvaFileMatch");
-    if constexpr (requires { matcher.GetFindData(); }) {
-        return OrvaWalkRange(matcher, matcher.GetFindData());
-    } else {
-        return OrvaWalkRange(matcher, nullptr);
-    }
+inline OrvaWalkRange OrvaWalk(OrvaFileMatch& matcher) {
+    return OrvaWalkRange(matcher, tarnu::FindDataOf(matcher));
 }
 
 #endif // TARNU_FILESYSTEM_ORVAWALK_H

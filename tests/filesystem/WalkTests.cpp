@@ -1,6 +1,7 @@
 // Matchers, directory trees and file trees: what they report, in which order, and the state that they leave.
 #include "support/DirectoryLink.h"
 #include "support/HandleCount.h"
+#include "support/ImportPatch.h"
 #include "support/TempFolder.h"
 #include "tarnu/filesystem/OrvaBasicFileMatcher.h"
 #include "tarnu/filesystem/OrvaBFSDirectoryTree.h"
@@ -17,6 +18,7 @@
 
 using tarnu::test::CountHandles;
 using tarnu::test::DirectoryLink;
+using tarnu::test::ImportPatch;
 using tarnu::test::TempFolder;
 
 namespace {
@@ -150,6 +152,81 @@ TEST(BasicFileMatcher, NullTextsHaveNoEntries) {
     OrvaBasicFileMatcher matcher;
     matcher.Open(nullptr, nullptr, 0);
     EXPECT_FALSE(matcher.IsFound());
+}
+
+TEST(BasicFileMatcher, ListsFoldersBeyond260Characters) {
+    const TempFolder folder;
+    const std::wstring part(70, L'd');
+    const std::wstring upper = part + L"\\" + part;
+    const std::wstring lower = part + L"\\" + part;
+    const std::wstring deep = upper + L"\\" + lower;
+    ASSERT_GT((folder / deep).size(), size_t{280});
+    for (const std::wstring& place : {std::wstring(L"near"), deep}) {
+        folder.MakeFile(place + L"\\plain");
+        folder.MakeFile(place + L"\\name.txt");
+    }
+    OrvaBasicFileMatcher matcher;
+    for (const wchar_t* pattern : {L"*", L"*.*", L"*.", L"*.t?t", L"name.txt", L".\\*.txt", L"", L"none*"}) {
+        SCOPED_TRACE(testing::Message() << "pattern " << pattern);
+        const auto list = [&](const std::wstring& directory) {
+            Names names;
+            for (matcher.Open(directory.c_str(), pattern, 0x20); matcher.IsFound(); matcher.Next())
+                names.push_back(NameOf(matcher));
+            return Sorted(names);
+        };
+        const Names expected = list(folder / L"near");
+        EXPECT_EQ(expected, list(folder / deep));
+        // Neither the current directory nor the relative path is long; together they are.
+        ASSERT_TRUE(::SetCurrentDirectoryW((folder / upper).c_str()));
+        EXPECT_EQ(expected, list(lower));
+    }
+}
+
+/// What the last search of the library asked the system for; nothing is ever found.
+struct Search {
+    std::wstring text;
+    FINDEX_SEARCH_OPS operation = FindExSearchMaxSearchOp;
+} lastSearch;
+
+HANDLE WINAPI FindNothing(LPCWSTR text, FINDEX_INFO_LEVELS level, LPVOID data, FINDEX_SEARCH_OPS operation,
+                          LPVOID filter, DWORD flags) {
+    EXPECT_EQ(FindExInfoStandard, level);
+    EXPECT_NE(nullptr, data);
+    EXPECT_EQ(nullptr, filter);
+    EXPECT_EQ(0u, flags);
+    lastSearch = {text, operation};
+    return INVALID_HANDLE_VALUE;
+}
+
+TEST(BasicFileMatcher, AsksTheSystemForThePatternAsItIsGiven) {
+    const ImportPatch patch(L"TarnuWin32Utils.dll", "FindFirstFileExW", &FindNothing);
+    const std::wstring deep = L"C:\\" + std::wstring(100, L'a') + L"\\" + std::wstring(150, L'b');
+    const struct {
+        std::wstring directory;
+        const wchar_t* pattern;
+        DWORD filter;
+        std::wstring text;
+        FINDEX_SEARCH_OPS operation;
+    } cases[] = {
+        {L"C:\\x", L"*.", 0x10, L"C:\\x\\*.", FindExSearchLimitToDirectories},
+        {L"C:/x/", L"*.*", 0x2090, L"C:\\x\\*.*", FindExSearchLimitToDirectories},
+        {L"x", L"*", 0x12, L"x\\*", FindExSearchNameMatch},
+        {L"", L"*", 0, L"*", FindExSearchNameMatch},
+        {L"C:\\x", L"", 0x10010, L"C:\\x", FindExSearchNameMatch},
+        // Beyond the limit: the directory is written in the system's long form, the pattern stays.
+        {deep, L"*.", 0x10, L"\\\\?\\" + deep + L"\\*.", FindExSearchLimitToDirectories},
+        {deep, L"a*. ", 0, L"\\\\?\\" + deep + L"\\a*. ", FindExSearchNameMatch},
+        {L"\\\\server\\share" + deep.substr(2), L"*", 0, L"\\\\?\\UNC\\server\\share" + deep.substr(2) + L"\\*",
+         FindExSearchNameMatch},
+    };
+    OrvaBasicFileMatcher matcher;
+    for (const auto& entry : cases) {
+        matcher.Open(entry.directory.c_str(), entry.pattern, entry.filter);
+        EXPECT_EQ(entry.text, lastSearch.text);
+        EXPECT_EQ(entry.operation, lastSearch.operation);
+        EXPECT_FALSE(matcher.IsFound());
+        EXPECT_EQ(entry.directory, PathOf(matcher));
+    }
 }
 
 // Directory trees
@@ -304,6 +381,21 @@ TEST(Walk, IsARangeOverTheRestOfAWalk) {
     EXPECT_EQ(3u, total);
     for (const OrvaFileEntry& entry : OrvaWalk(files))
         ADD_FAILURE() << "the walk is at its end, yet there is " << entry.name.GetText().GetLength();
+
+    // Through the interface, too, an entry has its record where the walk keeps one.
+    OrvaBasicFileMatcher single;
+    OrvaDFSFileTree depthFirst;
+    for (OrvaFileMatch* walk : {static_cast<OrvaFileMatch*>(&single), static_cast<OrvaFileMatch*>(&files),
+                                static_cast<OrvaFileMatch*>(&depthFirst)}) {
+        walk->Open((folder / L"sub").c_str(), L"2", 0x20);
+        for (const OrvaFileEntry& entry : OrvaWalk(*walk)) {
+            ASSERT_NE(nullptr, entry.findData);
+            EXPECT_STREQ(L"2", entry.findData->cFileName);
+            EXPECT_EQ(2u, entry.findData->nFileSizeLow);
+            total += entry.findData->nFileSizeLow;
+        }
+    }
+    EXPECT_EQ(9u, total);
 
     OrvaBFSDirectoryTree directories;
     directories.Open(folder.Path().c_str(), L"*", 0);
