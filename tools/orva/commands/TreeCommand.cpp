@@ -65,16 +65,16 @@ public:
 
     /// Adds an entry below its folder, which must have been added before.
     void Add(const OrvaPath& relative, bool isFolder, std::uint64_t size) {
-        OrvaPath parent(relative);
-        parent.RemoveFileSpec();
-        parent.RemoveTrailingSeparators();
-        const auto found = m_nodes.find(parent.GetText());
+        // Cut by hand: OrvaPath's own operations end at 260 characters, a tree does not.
+        const CString& text = relative.GetText();
+        const int separator = text.ReverseFind(L'\\');
+        const auto found = m_nodes.find(text.Left(std::max(separator, 0)));
         if (found == m_nodes.end()) return; // its folder came into being during the walk
         auto node = std::make_unique<Node>();
-        node->name = relative.GetNameAndExtension().GetText();
+        node->name = text.Mid(separator + 1);
         node->isFolder = isFolder;
         node->size = size;
-        if (isFolder) m_nodes.emplace(relative.GetText(), node.get());
+        if (isFolder) m_nodes.emplace(text, node.get());
         found->second->children.push_back(std::move(node));
     }
 
