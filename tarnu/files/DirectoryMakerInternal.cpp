@@ -1,5 +1,7 @@
 #include "tarnu/files/DirectoryMakerInternal.h"
 
+#include "tarnu/files/PathFactsInternal.h"
+
 namespace tarnu::support {
 
 namespace {
@@ -8,10 +10,12 @@ bool IsSeparator(wchar_t character) noexcept {
     return character == L'\\' || character == L'/';
 }
 
-bool MakeOne(const wchar_t* directory) noexcept {
+bool MakeOne(const wchar_t* directory) {
     const DWORD attributes = ::GetFileAttributesW(directory);
     if (attributes == INVALID_FILE_ATTRIBUTES) return ::CreateDirectoryW(directory, nullptr) != FALSE;
-    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    // One expects a file in the place of a directory to fail; it is there and is passed over, and only what would lie
+    // below it fails. Hosts rely on ensuring a path without asking whether its last component is a file.
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || !IsDevice(FullPath(directory));
 }
 
 } // namespace

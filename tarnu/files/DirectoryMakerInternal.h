@@ -14,7 +14,7 @@ namespace tarnu::support {
 class DirectoryMaker {
 public:
     /// Creates a directory and the ones above it. A failure does not end the work: what is below is tried all the same.
-    /// @return 1 when a component that was not dealt with before could not be made a directory, otherwise 0
+    /// @return 1 when a component that was not dealt with before was missing and could not be created, otherwise 0
     int Make(OrvaPath path);
 
 private:

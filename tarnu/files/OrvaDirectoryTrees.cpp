@@ -27,6 +27,11 @@ bool IsDirectory(const wchar_t* path) noexcept {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+bool IsFile(const wchar_t* path) noexcept {
+    const DWORD attributes = ::GetFileAttributesW(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 /// A process whose current directory lies in a tree can't remove that directory: moves it to the tree's parent.
 void LeaveTree(const wchar_t* tree) {
     wchar_t buffer[MAX_PATH] = {0};
@@ -84,7 +89,7 @@ int OrvaDeleteFiles(OrvaFileMatch& files) {
 }
 
 int OrvaCopyDirectoryTree(const wchar_t* source, const wchar_t* destination, int failIfExists) {
-    if (IsBlank(source) || IsBlank(destination) || !IsDirectory(source)) return 1;
+    if (IsBlank(source) || IsBlank(destination) || !IsDirectory(source) || IsFile(destination)) return 1;
     return FlagOf([source, destination, failIfExists] {
         if (TreesOverlap(source, destination)) return 1;
         OrvaBFSDirectoryTree directories;

@@ -22,8 +22,9 @@ class OrvaFileMatch;
 // Creating directories
 
 /// Creates a directory and the directories above it. The last component is a directory even when it contains a point;
-/// what exists is passed over. A failure does not end the work: the components below it are tried all the same.
-/// @return 1 when a component could not be created or is there but is no directory
+/// what exists is passed over, a file too. A failure does not end the work: the components below it are tried all the
+/// same.
+/// @return 1 when a component could not be created, so also below a file, or is a device
 TARNU_API int OrvaCreateDirectoryPath(const wchar_t* path);
 
 /// Creates below @p destination every directory that a walk yields, by its path relative to the walk's root. A failure

@@ -77,11 +77,20 @@ TEST(CreateDirectoryPath, FailsForWhatCannotBeADirectory) {
     const std::wstring file = folder.MakeFile(L"file", "contents");
     EXPECT_EQ(OrvaCreateDirectoryPath(nullptr), 1);
     EXPECT_EQ(OrvaCreateDirectoryPath(L""), 1);
-    EXPECT_EQ(OrvaCreateDirectoryPath(file.c_str()), 1);
     EXPECT_EQ(OrvaCreateDirectoryPath((file + L"\\below").c_str()), 1);
     EXPECT_EQ(OrvaCreateDirectoryPath(L"NUL"), 1);
+    EXPECT_EQ(OrvaCreateDirectoryPath(L"NUL\\below"), 1);
     EXPECT_EQ(OrvaCreateDirectoryPath((folder / std::wstring(300, L'x')).c_str()), 1);
     EXPECT_EQ(OrvaCreateDirectoryPath(L"Q:\\no\\such\\drive"), 1);
+    EXPECT_EQ(ReadFile(file), "contents");
+    EXPECT_EQ(CountEntries(folder.Path()), 1u);
+}
+
+TEST(CreateDirectoryPath, AFileThatExistsIsPassedOver) {
+    const TempFolder folder;
+    const std::wstring file = folder.MakeFile(L"file", "contents");
+    EXPECT_EQ(OrvaCreateDirectoryPath(file.c_str()), 0);
+    EXPECT_EQ(OrvaCreateDirectoryPath((file + L"\\").c_str()), 0);
     EXPECT_EQ(ReadFile(file), "contents");
     EXPECT_EQ(CountEntries(folder.Path()), 1u);
 }
