@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <map>
 #include <memory_resource>
+#include <type_traits>
+#include <utility>
 
 /// Carves pages into blocks for any number of callers. Each caller keeps a free-block list head (null at first) and a
 /// block size, and passes both to every call; everything else is process-wide.
@@ -70,6 +72,35 @@ public:
 
     /// Sets @p count bytes at @p destination to @p value and returns @p destination.
     static void*& Fill(void*& destination, const std::uint64_t& count, const unsigned char& value) noexcept;
+
+    /// The same operations for a list head or destination that the caller keeps as a pointer of another type.
+    template <class Block>
+    static Block* AddPage(Block*& head, const std::uint64_t& blockSize) noexcept {
+        FreeBlock* list = reinterpret_cast<FreeBlock*>(head);
+        const FreeBlock* const first = AddPage(list, blockSize);
+        head = reinterpret_cast<Block*>(list);
+        return first != nullptr ? head : nullptr;
+    }
+    template <class Block>
+    static void* Allocate(Block*& head) noexcept {
+        FreeBlock* list = reinterpret_cast<FreeBlock*>(head);
+        void* const block = Allocate(list);
+        head = reinterpret_cast<Block*>(list);
+        return block;
+    }
+    template <class Block>
+    static void Free(Block*& head, void* block) noexcept {
+        FreeBlock* list = reinterpret_cast<FreeBlock*>(head);
+        Free(list, block);
+        head = reinterpret_cast<Block*>(list);
+    }
+    template <class Pointer>
+    requires std::is_convertible_v<Pointer, void*>
+    static Pointer&& Fill(Pointer&& destination, const std::uint64_t& count, const unsigned char& value) noexcept {
+        void* bytes = destination;
+        Fill(bytes, count, value);
+        return std::forward<Pointer>(destination);
+    }
 };
 
 #endif // TARNU_MEMORY_ORVAFIXEDBLOCKALLOCATOR_H

@@ -26,7 +26,7 @@ public:
     /// positive limit, and the call does not return.
     /// @param limit bytes at which growing stops
     /// @return the bytes reached; 0 when not even the first block could be had
-    std::uint64_t MeasureGrowth(std::uint64_t count, std::uint64_t unitSize, std::uint64_t limit) noexcept;
+    static std::uint64_t MeasureGrowth(std::uint64_t count, std::uint64_t unitSize, std::uint64_t limit) noexcept;
 
     /// Measures as MeasureGrowth does and keeps the result for the next call.
     /// @return the previous result (0 at first) minus the new one; wraps below 0 when more was reached than before

@@ -243,6 +243,50 @@ TEST(FixedBlockAllocator, FillSetsBytesAndReturnsTheDestination) {
     void* nowhere = nullptr;
     count = 0;
     EXPECT_EQ(nullptr, A::Fill(nowhere, count, value));
+    // Destinations of other types come back as what they are.
+    unsigned char* first = bytes;
+    EXPECT_EQ(&first, &A::Fill(first, 1, 7));
+    EXPECT_EQ(&bytes, &A::Fill(bytes, 1, 8));
+    EXPECT_EQ(bytes + 1, A::Fill(bytes + 1, 1, 9));
+    EXPECT_EQ(8, bytes[0]);
+    EXPECT_EQ(9, bytes[1]);
+    EXPECT_EQ(0xCD, bytes[2]);
+}
+
+TEST(FixedBlockAllocator, ListHeadsMayBePointersOfAnyType) {
+    struct Node {
+        Node* previous;
+        Node* next;
+    };
+    const auto use = [](auto* head, std::uint64_t size) {
+        const auto added = A::AddPage(head, size);
+        ASSERT_NE(nullptr, added);
+        EXPECT_EQ(head, added);
+        void* const first = A::Allocate(head);
+        EXPECT_EQ(Address(added), Address(first));
+        EXPECT_EQ(Address(first) + size, Address(head));
+        void* const second = A::Allocate(head);
+        A::Free(head, first);
+        EXPECT_EQ(Address(first), Address(head));
+        A::Free(head, second); // the page goes, and the list with it
+        EXPECT_EQ(nullptr, head);
+    };
+    use(static_cast<void*>(nullptr), 16);
+    use(static_cast<Node*>(nullptr), 48);
+    use(static_cast<unsigned char*>(nullptr), 100);
+    EXPECT_EQ("", FindInconsistency({}));
+    // Without memory such a list stays what it is.
+    Caller caller = PageCaller();
+    while (A::PagePool.head != nullptr || A::GroupCount == 0)
+        Take(caller);
+    const std::uint64_t pageSize = A::PageSize;
+    A::PageSize = std::uint64_t{1} << 50;
+    Node last{};
+    Node* list = &last;
+    EXPECT_EQ(nullptr, A::AddPage(list, sizeof(Node)));
+    EXPECT_EQ(&last, list);
+    A::PageSize = pageSize;
+    GiveAll(caller);
 }
 
 TEST(FixedBlockAllocator, StaysConsistentUnderRandomUseByManyCallers) {

@@ -49,7 +49,7 @@ TEST(HeapGrowthProbe, ChangeIsPreviousMinusNew) {
     OrvaHeapGrowthProbe probe;
     EXPECT_EQ(0 - std::uint64_t{64}, probe.MeasureChange(1, 16, 64)); // wraps: 0 - 64
     EXPECT_EQ(0u, probe.MeasureChange(1, 16, 64));
-    EXPECT_EQ(64u, probe.MeasureGrowth(1, 16, 64)); // leaves the object alone
+    EXPECT_EQ(64u, OrvaHeapGrowthProbe::MeasureGrowth(1, 16, 64)); // leaves the object alone
     EXPECT_EQ(32u, probe.MeasureChange(1, 16, 32));
     EXPECT_EQ(0 - std::uint64_t{96}, probe.MeasureChange(1, 16, 128));
     EXPECT_EQ(128u, probe.MeasureChange(most, 16, 128)); // failed: 0 bytes reached
