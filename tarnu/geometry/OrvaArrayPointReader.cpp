@@ -4,6 +4,8 @@
 
 OrvaArrayPointReader::OrvaArrayPointReader(const OrvaPointArray* points) noexcept : m_points(points) {}
 
+OrvaArrayPointReader::OrvaArrayPointReader(const OrvaPointArray& points) noexcept : OrvaArrayPointReader(&points) {}
+
 OrvaArrayPointReader::~OrvaArrayPointReader() = default;
 
 bool OrvaArrayPointReader::Probe(void*) {

@@ -10,7 +10,8 @@ OrvaMultiPolyFaceReader::~OrvaMultiPolyFaceReader() = default;
 
 bool OrvaMultiPolyFaceReader::ReadFace(OrvaPointArray& face) {
     if (m_next >= m_faces.size()) return false;
-    face = m_faces[m_next];
+    face.Clear();
+    face.Append(m_faces[m_next].GetPoints());
     ++m_next;
     return true;
 }

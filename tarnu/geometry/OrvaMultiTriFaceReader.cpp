@@ -10,8 +10,8 @@ OrvaMultiTriFaceReader::~OrvaMultiTriFaceReader() = default;
 
 bool OrvaMultiTriFaceReader::ReadFace(OrvaPointArray& face) {
     if (m_next >= m_vertices.GetLength()) return false;
-    OrvaPointArray triangle(m_vertices.GetPoints().subspan(static_cast<std::size_t>(m_next), 3));
-    face = static_cast<const OrvaPointArray&>(triangle); // a copy of the points
+    face.Clear();
+    face.Append(m_vertices.GetPoints().subspan(static_cast<std::size_t>(m_next), 3));
     m_next += 3;
     return true;
 }

@@ -332,7 +332,11 @@ UINT OrvaPointString::GetCount() {
 // The label
 
 void OrvaPointString::SetLabel(const wchar_t* text) {
-    m_label = text;
+    try {
+        m_label = text;
+    } catch (...) {
+        // Out of memory: the label stays as it was.
+    }
 }
 
 BOOL OrvaPointString::HasLabel() const {

@@ -11,7 +11,8 @@
 TARNU_API UINT OrvaPointStringParseNumber(const wchar_t* text) noexcept;
 
 /// A comma-separated list of point numbers and ranges such as "1-5,7,12-10". A range may run downward; empty items are
-/// skipped; 0 is no point number. Nothing throws: when memory runs out, an operation leaves the object as it was.
+/// skipped; 0 is no point number. When memory runs out, an operation leaves the object as it was; only construction
+/// from characters throws std::bad_alloc.
 ///
 /// A walk delivers numbers or ranges until the text ends or a bad token is met:
 ///

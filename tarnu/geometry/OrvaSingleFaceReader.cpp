@@ -6,6 +6,8 @@
 
 OrvaSingleFaceReader::OrvaSingleFaceReader(const OrvaPointArray* face) noexcept : m_face(face) {}
 
+OrvaSingleFaceReader::OrvaSingleFaceReader(const OrvaPointArray& face) noexcept : OrvaSingleFaceReader(&face) {}
+
 OrvaSingleFaceReader::~OrvaSingleFaceReader() = default;
 
 bool OrvaSingleFaceReader::ReadFace(OrvaPointArray& face) {

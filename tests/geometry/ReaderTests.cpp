@@ -149,6 +149,8 @@ TEST(FaceReader, MultiPolyKeepsCopiesOfAnyLength) {
     EXPECT_EQ(2u, reader.AddFace(OrvaPointArray()));
     EXPECT_EQ(3u, reader.AddFace(Points(7)));
     std::vector<int> lengths;
+    const OrvaPoint3d elsewhere[9] = {};
+    out = OrvaPointArray(std::span<const OrvaPoint3d>(elsewhere)); // refers to points that it must not touch
     while (reader.ReadFace(out))
         lengths.push_back(out.GetLength());
     EXPECT_EQ((std::vector<int>{2, 0, 7}), lengths);
@@ -164,7 +166,7 @@ TEST(FaceReader, CoordinatesThatAreNoNumbersCountForNothing) {
     OrvaPointArray face;
     face.Append({nan, 5, 0});
     face.Append({2, nan, 0});
-    const OrvaSingleFaceReader reader(&face);
+    const OrvaSingleFaceReader reader(face);
     EXPECT_EQ(Extents(2, 5, 2, 5, 2), Extents(reader));
     EXPECT_EQ(2u, reader.GetExtents(nullptr, nullptr, nullptr, nullptr));
 }
@@ -200,7 +202,7 @@ TEST(PointReader, DeliversThenEndsAndLeavesTheOutputs) {
     EXPECT_EQ(1u, single.GetPointCount());
     EXPECT_EQ(2u, array.GetPointCount());
     OrvaPointArray growing;
-    OrvaArrayPointReader reader(&growing);
+    OrvaArrayPointReader reader(growing); // not a copy
     EXPECT_EQ(0u, reader.GetPointCount());
     EXPECT_FALSE(reader.ReadPoint(nullptr, nullptr, nullptr, nullptr));
     growing.Append({1, 2, 3});
