@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <climits>
 #include <shlwapi.h>
+#include <vector>
 
 using namespace tarnu::support;
 
@@ -52,11 +53,18 @@ bool OrvaUnzipAll(const CString& archive, const OrvaPath& destination, const Orv
     }
     const UINT count = Clipped(reader.GetCount());
     OrvaZipEntry entry;
+    std::vector<ULONGLONG> directories;
     for (ULONGLONG index = 0; index < reader.GetCount(); ++index) {
-        if (progress && reader.GetEntry(index, entry) == OrvaZipSuccess)
+        if (reader.GetEntry(index, entry) == OrvaZipSuccess && progress) {
             progress(Clipped(index + 1), count, entry.name);
-        reader.ExtractBelow(index, destination, overwrite);
+        }
+        bool written = false;
+        reader.ExtractBelow(index, destination, overwrite, &written);
+        if (written && entry.isDirectory) directories.push_back(index);
     }
+    // Once more, innermost first: what was extracted into a directory has changed its times.
+    for (; !directories.empty(); directories.pop_back())
+        reader.ExtractBelow(directories.back(), destination);
     return true;
 }
 
@@ -73,12 +81,11 @@ int OrvaZipFiles(const CString& archive, const CStringList& files, int mode, con
         CString file = files.GetNext(position);
         ++number;
         file.Replace(L'/', L'\\');
-        if (::GetFileAttributesW(SystemPath(std::wstring_view(file.GetString())).c_str()) == INVALID_FILE_ATTRIBUTES) {
-            continue;
-        }
+        const DWORD attributes = ::GetFileAttributesW(SystemPath(file.GetString()).c_str());
+        if (attributes == INVALID_FILE_ATTRIBUTES) continue;
         if (progress) progress(number, count, file);
-        const OrvaZipResult result = writer.AddFile(NameInArchive(file, mode, folder), file);
-        if (result == OrvaZipSuccess && !IsFolder(SystemPath(std::wstring_view(file.GetString())).c_str())) ++added;
+        const bool isFile = (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+        if (writer.AddFile(NameInArchive(file, mode, folder), file) == OrvaZipSuccess && isFile) ++added;
     }
     if (writer.GetCount() == 0) return 0; // without Close nothing is left behind
     return writer.Close() == OrvaZipSuccess ? added : 0;

@@ -12,9 +12,10 @@ namespace tarnu::support {
 /// Remembers a result as the calling thread's last one and hands it on.
 OrvaZipResult RecordZipResult(OrvaZipResult result) noexcept;
 
-/// Runs an operation of an archive class: running out of memory becomes a result, and the result is recorded.
+/// Runs an operation of an archive class: running out of memory becomes a result, and the result is recorded. What a
+/// callback throws passes through.
 template <class Operation>
-OrvaZipResult RecordZip(Operation operation) noexcept {
+OrvaZipResult RecordZip(Operation operation) {
     OrvaZipResult result = OrvaZipNoMemory;
     try {
         result = operation();

@@ -34,9 +34,10 @@ public:
     /// The system refused to read since the archive was opened.
     bool HasFailed() const noexcept { return m_failed; }
 
-    // The sequential view
+    // The sequential view of the directory walk
 
     std::uint64_t position = 0;
+    std::uint64_t lowest = UINT64_MAX; ///< that was read from; during the walk it is the directory's beginning
 
 private:
     struct Window {
