@@ -6,15 +6,25 @@
 namespace tarnu::support {
 namespace {
 
-constexpr std::size_t longPath = 248; // folders have 12 characters less than files, room for a short name
+constexpr std::size_t maxPath = 32767; // of any form
+constexpr std::size_t longPath = 248;  // folders have 12 characters less than files, room for a short name
 
 bool IsSeparator(wchar_t character) noexcept {
     return character == L'\\' || character == L'/';
 }
 
-bool IsFolder(const std::wstring& path) noexcept {
-    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+bool IsFolder(const wchar_t* path) noexcept {
+    const DWORD attributes = ::GetFileAttributesW(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+/// Where the first folder of an absolute path begins: behind the drive, or server and share.
+std::size_t RootLength(std::wstring_view path) noexcept {
+    const auto skip = [path](std::size_t at) { return std::min(path.find_first_of(L"\\/", at), path.size() - 1) + 1; };
+    if (path.starts_with(LR"(\\?\UNC\)")) return skip(skip(8));
+    if (path.starts_with(LR"(\\?\)") || path.starts_with(LR"(\\.\)")) return skip(4);
+    if (path.size() > 2 && IsSeparator(path[0]) && IsSeparator(path[1])) return skip(skip(2));
+    return skip(0);
 }
 
 } // namespace
@@ -24,6 +34,7 @@ std::wstring SystemPath(std::wstring_view path) {
     const bool prefixed = path.starts_with(LR"(\\?\)") || path.starts_with(LR"(\\.\)");
     const bool absolute = path.size() > 2 &&
                           ((path[1] == L':' && IsSeparator(path[2])) || (IsSeparator(path[0]) && IsSeparator(path[1])));
+    if (text.size() >= maxPath) return {};
     if (prefixed || (absolute && text.size() < longPath)) return text;
     // A short relative path may still be a long one, below a long current directory.
     DWORD size = ::GetFullPathNameW(text.c_str(), 0, nullptr, nullptr);
@@ -32,6 +43,7 @@ std::wstring SystemPath(std::wstring_view path) {
     const DWORD length = ::GetFullPathNameW(text.c_str(), size, full.data(), nullptr);
     if (length == 0 || length >= size) return {};
     full.resize(length);
+    if (length >= maxPath) return {};
     if (length < longPath) return full;
     if (full.starts_with(LR"(\\)")) return LR"(\\?\UNC)" + full.substr(1);
     return LR"(\\?\)" + full;
@@ -40,34 +52,44 @@ std::wstring SystemPath(std::wstring_view path) {
 // FolderMaker
 
 bool FolderMaker::Make(std::wstring_view folder) {
-    while (!folder.empty() && IsSeparator(folder.back()))
-        folder.remove_suffix(1);
-    if (folder.empty()) return false;
-    std::vector<std::wstring> missing;
-    for (;;) {
-        std::wstring path = SystemPath(folder);
-        if (path.empty()) return false;
-        if (::CreateDirectoryW(path.c_str(), nullptr)) {
-            m_created.push_back(std::move(path));
+    m_created.clear();
+    m_path = SystemPath(folder);
+    while (!m_path.empty() && IsSeparator(m_path.back()))
+        m_path.pop_back();
+    if (m_path.empty()) return false;
+    std::vector<std::size_t> ends; // of the folders in the path
+    for (std::size_t at = RootLength(m_path); at < m_path.size(); ++at) {
+        if (IsSeparator(m_path[at])) ends.push_back(at);
+    }
+    ends.push_back(m_path.size());
+
+    // Outwards, in steps that grow, to a folder that exists or can be created: in the common case that is the first one
+    // tried, and a path of thousands of folders costs few attempts.
+    const auto create = [](const wchar_t* path) { return ::CreateDirectoryW(path, nullptr) != FALSE; };
+    std::size_t level = ends.size() - 1;
+    for (std::size_t step = 1;; step *= 2) {
+        if (OnPrefix(ends[level], create)) {
+            m_created.push_back(ends[level]);
             break;
         }
         const DWORD error = ::GetLastError();
-        if (error == ERROR_PATH_NOT_FOUND) {
-            const std::size_t separator = folder.find_last_of(L"\\/");
-            if (separator == std::wstring_view::npos || separator == 0) return false;
-            missing.push_back(std::move(path));
-            folder = folder.substr(0, separator);
+        if (error == ERROR_PATH_NOT_FOUND && level > 0) {
+            level -= std::min(step, level);
             continue;
         }
-        // Another program may have been quicker; a drive's root answers with a refusal.
-        if (IsFolder(path) || IsFolder(path + L'\\')) break;
-        ::SetLastError(error);
-        return false;
+        // It exists already, or a drive's root answered with a refusal.
+        if (!OnPrefix(ends[level], IsFolder)) {
+            ::SetLastError(error);
+            return false;
+        }
+        break;
     }
-    for (; !missing.empty(); missing.pop_back()) {
-        if (::CreateDirectoryW(missing.back().c_str(), nullptr)) {
-            m_created.push_back(std::move(missing.back()));
-        } else if (!IsFolder(missing.back())) {
+    // Inwards again.
+    for (++level; level < ends.size(); ++level) {
+        if (OnPrefix(ends[level], create)) {
+            m_created.push_back(ends[level]);
+        } else if (const DWORD error = ::GetLastError(); !OnPrefix(ends[level], IsFolder)) {
+            ::SetLastError(error);
             return false;
         }
     }
@@ -77,7 +99,16 @@ bool FolderMaker::Make(std::wstring_view folder) {
 void FolderMaker::Undo() noexcept {
     const LastErrorKeeper keeper;
     for (; !m_created.empty(); m_created.pop_back())
-        ::RemoveDirectoryW(m_created.back().c_str());
+        OnPrefix(m_created.back(), [](const wchar_t* path) { return ::RemoveDirectoryW(path) != FALSE; });
+}
+
+template <class Operation>
+bool FolderMaker::OnPrefix(std::size_t length, Operation operation) noexcept {
+    const wchar_t following = m_path[length];
+    m_path[length] = L'\0';
+    const bool result = operation(m_path.c_str());
+    m_path[length] = following;
+    return result;
 }
 
 // PendingFile

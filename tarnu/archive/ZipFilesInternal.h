@@ -13,7 +13,8 @@
 namespace tarnu::support {
 
 /// The path in the form that the system takes at any length: unchanged while it is short, absolute with the prefix
-/// "\\?\" otherwise. Empty when the system can't make sense of it.
+/// "\\?\" otherwise. Empty when the system can't make sense of
+/// it, or it is longer than any path.
 std::wstring SystemPath(std::wstring_view path);
 
 /// Creates the folders of a path that are missing, outermost first.
@@ -21,11 +22,16 @@ class FolderMaker {
 public:
     /// @return true when the folder exists at the end
     bool Make(std::wstring_view folder);
-    /// Removes again what was made.
+    /// Removes again what the last Make made.
     void Undo() noexcept;
 
 private:
-    std::vector<std::wstring> m_created;
+    /// Calls @p operation with the first @p length characters of the path, terminated.
+    template <class Operation>
+    bool OnPrefix(std::size_t length, Operation operation) noexcept;
+
+    std::wstring m_path;
+    std::vector<std::size_t> m_created; ///< lengths of the path's prefixes that were made
 };
 
 /// A file that is being written: under its own name when that was free, under a temporary name in the same folder when

@@ -1,0 +1,390 @@
+#include "archive/RawArchive.h"
+#include "support/HandleCount.h"
+#include "support/TempFolder.h"
+#include "tarnu/archive/OrvaZip.h"
+#include "tarnu/archive/OrvaZipReader.h"
+#include "tarnu/archive/OrvaZipWriter.h"
+#include "tarnu/support/Owners.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace tarnu::test;
+using tarnu::support::UniqueFileHandle;
+
+std::wstring Data(const wchar_t* name) {
+    return std::wstring(TARNU_TEST_DATA) + L"/" + name;
+}
+
+std::string Extracted(OrvaZipReader& reader, ULONGLONG index) {
+    OrvaZipEntry entry;
+    EXPECT_EQ(OrvaZipSuccess, reader.GetEntry(index, entry));
+    std::string data(static_cast<std::size_t>(entry.size), '?');
+    EXPECT_EQ(OrvaZipSuccess, reader.ExtractToMemory(index, data.data(), data.size())) << index;
+    return data;
+}
+
+std::uint64_t Ticks(const FILETIME& time) {
+    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+FILETIME Time(std::uint64_t ticks) {
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+/// An archive with one deflated entry, made by the writer.
+std::string OneEntry(const std::string& data, const wchar_t* password = nullptr) {
+    OrvaZipWriter writer;
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    EXPECT_EQ(OrvaZipSuccess, writer.CreateInMemory(0, password));
+    EXPECT_EQ(OrvaZipSuccess, writer.AddMemory(L"entry", data.data(), data.size()));
+    EXPECT_EQ(OrvaZipSuccess, writer.GetMemory(bytes, size));
+    return {static_cast<const char*>(bytes), size};
+}
+
+} // namespace
+
+TEST(ZipReader, HandsOutEntriesInPieces) {
+    const std::string data = Noise(700000) + std::string(300000, 'a');
+    for (const wchar_t* password : {static_cast<const wchar_t*>(nullptr), L"secret"}) {
+        const std::string bytes = OneEntry(data, password);
+        OrvaZipReader reader;
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size(), password));
+        for (const std::size_t size :
+             {std::size_t{997}, std::size_t{65536}, data.size() - 1, data.size(), data.size() + 1}) {
+            std::string piece(size, '?');
+            std::string whole;
+            std::size_t read = 0;
+            ASSERT_EQ(OrvaZipSuccess, reader.OpenEntry(0));
+            EXPECT_EQ(OrvaZipMore, reader.ReadEntry(nullptr, 0, read));
+            OrvaZipResult result;
+            do {
+                result = reader.ReadEntry(piece.data(), piece.size(), read);
+                whole.append(piece, 0, read);
+            } while (result == OrvaZipMore);
+            EXPECT_EQ(OrvaZipSuccess, result) << size;
+            EXPECT_TRUE(whole == data) << size;
+            EXPECT_EQ(OrvaZipBadArguments, reader.ReadEntry(piece.data(), piece.size(), read)) << "the entry has ended";
+            EXPECT_EQ(0u, read);
+        }
+        // Begun anew in the middle; and too small a buffer.
+        std::string buffer(data.size(), '?');
+        std::size_t read = 0;
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenEntry(0));
+        EXPECT_EQ(OrvaZipMore, reader.ReadEntry(buffer.data(), 10, read));
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenEntry(0));
+        EXPECT_EQ(OrvaZipSuccess, reader.ReadEntry(buffer.data(), buffer.size(), read));
+        EXPECT_TRUE(buffer == data);
+        EXPECT_EQ(OrvaZipMore, reader.ExtractToMemory(0, buffer.data(), buffer.size() - 1));
+        EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToMemory(1, buffer.data(), buffer.size()));
+        EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToMemory(0, nullptr, 1));
+    }
+    const std::string empty = OneEntry("");
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(empty.data(), empty.size()));
+    EXPECT_EQ(OrvaZipSuccess, reader.ExtractToMemory(0, nullptr, 0));
+}
+
+TEST(ZipReader, WantsTheRightPassword) {
+    const std::string bytes = OneEntry("data that is to be kept", L"pässwörd");
+    OrvaZipReader reader;
+    char buffer[64];
+    for (const wchar_t* password : {static_cast<const wchar_t*>(nullptr), L""}) {
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size(), password)) << "the directory is open";
+        EXPECT_EQ(OrvaZipBadArguments, reader.OpenEntry(0));
+    }
+    // One wrong password in 256 passes the check byte; the checksum or the compression then finds it out.
+    for (int attempt = 0; attempt < 1000; ++attempt) {
+        const std::wstring wrong = L"wrong" + std::to_wstring(attempt);
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size(), wrong.c_str()));
+        const OrvaZipResult result = reader.ExtractToMemory(0, buffer, sizeof buffer);
+        EXPECT_TRUE(result == OrvaZipBadArguments || result == OrvaZipCorrupt) << attempt;
+    }
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size(), L"pässwörd"));
+    EXPECT_EQ("data that is to be kept", Extracted(reader, 0));
+
+    // What another program encrypted, stored and with the sizes behind the data.
+    ASSERT_EQ(OrvaZipSuccess, reader.Open(Data(L"infozip-encrypted.zip").c_str(), L"pass"));
+    EXPECT_EQ("secret text", Extracted(reader, 0));
+    EXPECT_EQ("plain", Extracted(reader, 1));
+}
+
+TEST(ZipReader, DecodesNames) {
+    const std::string oem = "Gr\x81\xE1"; // "Grüß" in code pages 437 and 850
+    const std::string utf8 = "Gr\xC3\xBC\xC3\x9F";
+    const auto unicodePath = [](std::uint32_t crc, const std::string& name) {
+        std::string field(1, '\1');
+        Put(field, crc);
+        return Extra(0x7075, field + name);
+    };
+    const struct {
+        const char* what;
+        RawEntry entry;
+        const wchar_t* name;
+    } cases[] = {
+        {"ASCII", {"plain/name.txt", ""}, L"plain/name.txt"},
+        {"UTF-8, flagged", {utf8, "", 0, 0x0800}, L"Grüß"},
+        {"UTF-8, not flagged", {"\xC3\xBC", ""}, L"\x251C\x255D"},
+        {"OEM", {oem, ""}, L"Grüß"},
+        {"flagged, but no UTF-8", {oem, "", 0, 0x0800}, L"Grüß"},
+        {"Unicode path", {.name = oem, .data = "", .extra = unicodePath(Crc32(oem), "\xE4\xB8\x96")}, L"世"},
+        {"of another name", {.name = oem, .data = "", .extra = unicodePath(1, "\xE4\xB8\x96")}, L"Grüß"},
+        {"not UTF-8", {.name = oem, .data = "", .extra = unicodePath(Crc32(oem), "\xFF")}, L"Grüß"},
+        {"behind others",
+         {.name = oem, .data = "", .extra = Extra(0x9999, "xyz") + unicodePath(Crc32(oem), "\xE4\xB8\x96")},
+         L"世"},
+        {"cut short", {.name = oem, .data = "", .extra = Extra(0x7075, "\x01\x02")}, L"Grüß"},
+        {"empty", {"", ""}, L""},
+    };
+    if (::GetOEMCP() != 437 && ::GetOEMCP() != 850) GTEST_SKIP() << "the names are made for code pages 437 and 850";
+    for (const auto& test : cases) {
+        const std::string bytes = RawArchive{.entries = {test.entry}}.Bytes();
+        OrvaZipReader reader;
+        OrvaZipEntry entry;
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size())) << test.what;
+        ASSERT_EQ(OrvaZipSuccess, reader.GetEntry(0, entry)) << test.what;
+        const bool isOther850 = ::GetOEMCP() == 850 && std::string_view(test.what) == "UTF-8, not flagged";
+        EXPECT_TRUE(isOther850 || entry.name == test.name) << test.what;
+    }
+}
+
+TEST(ZipReader, PrefersTheFinestTime) {
+    constexpr std::uint64_t exact = 133500000001234567;
+    std::string ntfs(4, '\0');
+    std::string times;
+    for (const std::uint64_t value : {exact, exact + 1, exact + 2})
+        Put(times, value);
+    ntfs += Extra(1, times);
+    std::string unixTime(1, '\1');
+    Put(unixTime, std::uint32_t{1700000000});
+    const std::uint64_t unixTicks = (1700000000ull + 11644473600ull) * 10000000;
+    const struct {
+        std::string extra;
+        std::uint64_t lastWrite; ///< 0 for the DOS stamp
+        std::uint64_t creation;
+    } cases[] = {
+        {"", 0, 0},
+        {Extra(0x5455, unixTime), unixTicks, 0},
+        {Extra(0x000A, ntfs), exact, exact + 2},
+        {Extra(0x5455, unixTime) + Extra(0x000A, ntfs), exact, exact + 2},
+        {Extra(0x000A, ntfs) + Extra(0x5455, unixTime), exact, exact + 2},
+        {Extra(0x000A, ntfs.substr(0, 20)), 0, 0},
+        {Extra(0x5455, std::string_view(unixTime).substr(0, 3)), 0, 0},
+        {Extra(0x000A, ntfs).substr(0, 30), 0, 0}, // reaches out of the field
+    };
+    FILETIME dos{};
+    const SYSTEMTIME local{2024, 1, 0, 1, 12, 0, 0, 0};
+    SYSTEMTIME universal;
+    ASSERT_TRUE(::TzSpecificLocalTimeToSystemTime(nullptr, &local, &universal));
+    ASSERT_TRUE(::SystemTimeToFileTime(&universal, &dos));
+    for (const auto& test : cases) {
+        const std::string bytes = RawArchive{.entries = {{.name = "a", .data = "", .extra = test.extra}}}.Bytes();
+        OrvaZipReader reader;
+        OrvaZipEntry entry;
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+        ASSERT_EQ(OrvaZipSuccess, reader.GetEntry(0, entry));
+        EXPECT_EQ(test.lastWrite == 0 ? Ticks(dos) : test.lastWrite, Ticks(entry.lastWrite));
+        EXPECT_EQ(test.creation, Ticks(entry.creation));
+    }
+}
+
+TEST(ZipReader, FindsTheDirectoryWhereverItIs) {
+    std::string zip64;
+    Put(zip64, std::uint64_t{5});
+    Put(zip64, std::uint64_t{5});
+    Put(zip64, std::uint64_t{0});
+    const struct {
+        const char* what;
+        RawArchive archive;
+    } cases[] = {
+        {"plain", {.entries = {{"a", "12345"}}}},
+        {"behind a program", {.prefix = Noise(70000), .entries = {{"a", "12345"}}}},
+        {"before the longest comment", {.entries = {{"a", "12345"}}, .comment = std::string(65000, 'c')}},
+        {"sizes behind the data", {.entries = {{.name = "a", .data = "12345", .hasDescriptor = true}}}},
+        {"64-bit sizes and offset",
+         {.entries = {{.name = "a",
+                       .data = "12345",
+                       .size = 0xFFFFFFFF,
+                       .compressedSize = 0xFFFFFFFF,
+                       .offset = 0xFFFFFFFF,
+                       .extra = Extra(1, zip64),
+                       .localExtra = Extra(1, std::string_view(zip64).substr(0, 16))}}}},
+    };
+    const TempFolder folder;
+    for (const auto& test : cases) {
+        const std::string bytes = test.archive.Bytes();
+        const std::wstring path = folder.MakeFile(L"a.zip", bytes);
+        for (const bool inMemory : {true, false}) {
+            OrvaZipReader reader;
+            ASSERT_EQ(OrvaZipSuccess,
+                      inMemory ? reader.OpenMemory(bytes.data(), bytes.size()) : reader.Open(path.c_str()))
+                << test.what;
+            ASSERT_EQ(1u, reader.GetCount()) << test.what;
+            EXPECT_EQ("12345", Extracted(reader, 0)) << test.what;
+        }
+    }
+}
+
+TEST(ZipReader, TakesTheLargestCountWithoutZip64) {
+    RawArchive archive;
+    archive.entries.resize(65535);
+    for (std::size_t index = 0; index < archive.entries.size(); ++index)
+        archive.entries[index].name = std::to_string(index);
+    const std::string bytes = archive.Bytes();
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+    EXPECT_EQ(65535u, reader.GetCount());
+}
+
+TEST(ZipReader, SaysWhatCannotBeOpened) {
+    const TempFolder folder;
+    const unsigned handles = CountHandles();
+    OrvaZipReader reader;
+    EXPECT_EQ(OrvaZipNoFile, reader.Open((folder / L"missing.zip").c_str()));
+    EXPECT_EQ(OrvaZipNoFile, reader.Open(folder.Path().c_str()));
+    EXPECT_EQ(OrvaZipBadArguments, reader.Open(nullptr));
+    EXPECT_EQ(OrvaZipBadArguments, reader.Open(L""));
+    EXPECT_EQ(OrvaZipBadArguments, reader.OpenMemory(nullptr, 0));
+    for (const std::string& contents :
+         {std::string(), std::string("PK"), std::string(100, 'x'), std::string(22, '\0')}) {
+        EXPECT_EQ(OrvaZipCorrupt, reader.Open(folder.MakeFile(L"bad.zip", contents).c_str())) << contents.size();
+        EXPECT_EQ(OrvaZipCorrupt, reader.OpenMemory(contents.data(), contents.size())) << contents.size();
+    }
+    OrvaZipEntry entry;
+    std::size_t read = 1;
+    EXPECT_EQ(0u, reader.GetCount());
+    EXPECT_EQ(OrvaZipBadArguments, reader.GetEntry(0, entry));
+    EXPECT_EQ(OrvaZipBadArguments, reader.OpenEntry(0));
+    EXPECT_EQ(OrvaZipBadArguments, reader.ReadEntry(&entry, 0, read));
+    EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToFile(0, (folder / L"x").c_str()));
+    EXPECT_EQ(OrvaZipBadArguments, reader.ExtractBelow(0, folder.Path().c_str()));
+    EXPECT_EQ(handles, CountHandles());
+
+    // A failed opening closes what was open.
+    const std::string bytes = OneEntry("1");
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+    EXPECT_EQ(OrvaZipNoFile, reader.Open((folder / L"missing.zip").c_str()));
+    EXPECT_EQ(0u, reader.GetCount());
+}
+
+TEST(ZipExtraction, WritesWholeVerifiedFiles) {
+    const TempFolder folder;
+    const std::string data = Noise(100000);
+    const FILETIME stamp = Time(133500000001234567);
+    OrvaZipWriter writer;
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory());
+    ASSERT_EQ(OrvaZipSuccess,
+              writer.AddMemory(L"deep/file.gz", data.data(), data.size(), &stamp, FILE_ATTRIBUTE_READONLY));
+    ASSERT_EQ(OrvaZipSuccess, writer.AddDirectory(L"folder", &stamp));
+    ASSERT_EQ(OrvaZipSuccess, writer.GetMemory(bytes, size));
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes, size));
+
+    const std::wstring target = folder / L"new\\folders\\file.bin";
+    const unsigned handles = CountHandles();
+    for (int round = 0; round < 2; ++round) { // the second one replaces a read-only file
+        ASSERT_EQ(OrvaZipSuccess, reader.ExtractToFile(0, target.c_str())) << round;
+        EXPECT_TRUE(data == ReadFile(target));
+        WIN32_FILE_ATTRIBUTE_DATA facts;
+        ASSERT_TRUE(::GetFileAttributesExW(target.c_str(), GetFileExInfoStandard, &facts));
+        EXPECT_NE(0u, facts.dwFileAttributes & FILE_ATTRIBUTE_READONLY);
+        EXPECT_EQ(Ticks(stamp), Ticks(facts.ftLastWriteTime));
+    }
+    EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToFile(1, (folder / L"x").c_str())) << "a directory";
+
+    // A damaged entry touches nothing: not the file that is there, not even folders on the way.
+    std::string damaged(static_cast<const char*>(bytes), size);
+    damaged[30 + 12 + 50000] = static_cast<char>(damaged[30 + 12 + 50000] ^ 0x10);
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(damaged.data(), damaged.size()));
+    const std::wstring kept = folder.MakeFile(L"kept.txt", "mine");
+    EXPECT_EQ(OrvaZipCorrupt, reader.ExtractToFile(0, kept.c_str()));
+    EXPECT_EQ("mine", ReadFile(kept));
+    EXPECT_EQ(OrvaZipCorrupt, reader.ExtractToFile(0, (folder / L"other\\file").c_str()));
+    EXPECT_FALSE(Exists(folder / L"other"));
+    EXPECT_EQ(OrvaZipNoFile, (reader.OpenMemory(bytes, size), reader.ExtractToFile(0, folder.Path().c_str())));
+    EXPECT_EQ(OrvaZipNoFile, reader.ExtractToFile(0, (kept + L"\\below a file").c_str()));
+    EXPECT_EQ("mine", ReadFile(kept));
+    EXPECT_EQ(handles, CountHandles());
+}
+
+TEST(ZipExtraction, LeavesFilesAloneUnlessToldOtherwise) {
+    const TempFolder folder;
+    const std::string bytes = RawArchive{.entries = {{"sub/a.txt", "new"}, {"sub\\b.txt", "b"}, {"sub", "x"}}}.Bytes();
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+    const std::wstring existing = folder.MakeFile(L"sub\\a.txt", "older");
+    bool written = true;
+    EXPECT_EQ(OrvaZipSuccess, reader.ExtractBelow(0, folder.Path().c_str(), nullptr, &written));
+    EXPECT_FALSE(written);
+    EXPECT_EQ("older", ReadFile(existing));
+
+    std::wstring toldPath;
+    DWORD toldSize = 0;
+    const auto told = [&](const wchar_t* target, const WIN32_FIND_DATAW& data) {
+        toldPath = target;
+        toldSize = data.nFileSizeLow;
+        EXPECT_EQ("older", ReadFile(target)) << "told before it is replaced";
+    };
+    EXPECT_EQ(OrvaZipSuccess, reader.ExtractBelow(0, folder.Path().c_str(), told, &written));
+    EXPECT_TRUE(written);
+    EXPECT_EQ(existing, toldPath);
+    EXPECT_EQ(5u, toldSize);
+    EXPECT_EQ("new", ReadFile(existing));
+
+    toldPath.clear();
+    EXPECT_EQ(OrvaZipSuccess, reader.ExtractBelow(1, folder.Path().c_str(), told, &written)); // the other separator
+    EXPECT_EQ("b", ReadFile(folder / L"sub\\b.txt"));
+    EXPECT_EQ(OrvaZipNoFile, reader.ExtractBelow(2, folder.Path().c_str(), told, &written)) << "a folder is in the way";
+    EXPECT_FALSE(written);
+    EXPECT_EQ(L"", toldPath) << "nothing was replaced";
+}
+
+TEST(ZipExtraction, GoesBeyondTheClassicPathLength) {
+    const TempFolder folder;
+    std::string name;
+    for (int level = 0; level < 40; ++level)
+        name += "a folder of the tree/";
+    const std::string bytes = RawArchive{.entries = {{name + "file.txt", "deep"}, {name + "empty/", ""}}}.Bytes();
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+    EXPECT_EQ(OrvaZipSuccess, reader.ExtractBelow(0, folder.Path().c_str()));
+    EXPECT_EQ(OrvaZipSuccess, reader.ExtractBelow(1, folder.Path().c_str()));
+    std::wstring deep = LR"(\\?\)" + folder.Path() + L"\\";
+    for (const char character : name)
+        deep += character == '/' ? L'\\' : static_cast<wchar_t>(character);
+    EXPECT_EQ("deep", ReadFile(deep + L"file.txt"));
+    EXPECT_TRUE(Exists(deep + L"empty"));
+
+    // And the way back: the same file goes into an archive.
+    OrvaZipWriter writer;
+    const void* data = nullptr;
+    std::size_t size = 0;
+    ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory());
+    EXPECT_EQ(OrvaZipSuccess, writer.AddFile(L"file.txt", (deep + L"file.txt").substr(4).c_str()));
+    ASSERT_EQ(OrvaZipSuccess, writer.GetMemory(data, size));
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(data, size));
+    EXPECT_EQ("deep", Extracted(reader, 0));
+    RemoveTree(LR"(\\?\)" + folder.Path() + L"\\a folder of the tree");
+}
+
+TEST(ZipExtraction, GivesDirectoriesTheirTimesLast) {
+    const TempFolder folder;
+    const FILETIME stamp = Time(133500000001234567);
+    {
+        OrvaZipWriter writer;
+        ASSERT_EQ(OrvaZipSuccess, writer.Create((folder / L"a.zip").c_str()));
+        ASSERT_EQ(OrvaZipSuccess, writer.AddDirectory(L"outer", &stamp));
+        ASSERT_EQ(OrvaZipSuccess, writer.AddDirectory(L"outer/inner", &stamp));
+        ASSERT_EQ(OrvaZipSuccess, writer.AddMemory(L"outer/inner/file", "1", 1));
+        ASSERT_EQ(OrvaZipSuccess, writer.Close());
+    }
+    ASSERT_TRUE(OrvaUnzipAll((folder / L"a.zip").c_str(), folder / L"out"));
+    for (const wchar_t* name : {L"out\\outer", L"out\\outer\\inner"}) {
+        WIN32_FILE_ATTRIBUTE_DATA facts;
+        ASSERT_TRUE(::GetFileAttributesExW((folder / name).c_str(), GetFileExInfoStandard, &facts));
+        EXPECT_EQ(Ticks(stamp), Ticks(facts.ftLastWriteTime)) << OrvaPath(name).GetText().GetLength();
+    }
+}
