@@ -57,6 +57,8 @@ TEST(HostileZip, EntriesThatLieFail) {
     };
     EXPECT_EQ(OrvaZipSuccess, Outcome(with(stored, [](RawEntry&) {})));
     EXPECT_EQ(OrvaZipSuccess, Outcome(with(deflated, [](RawEntry&) {})));
+    EXPECT_EQ(OrvaZipSuccess,
+              Outcome(with({.name = "a", .data = "", .method = 8}, [](RawEntry&) {}))); // seen elsewhere
 
     const struct {
         const char* what;
