@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -151,6 +152,16 @@ TEST(ZipFiles, PacksByRelativeNames) {
     EXPECT_EQ(full, NamesIn(folder / L"x.zip").front());
 }
 
+TEST(ZipFiles, KeepsBothFilesOfOneName) {
+    const TempFolder folder;
+    CStringList files;
+    Fill(files, {folder.MakeFile(L"a\\x.txt", "first"), folder.MakeFile(L"b\\x.txt", "second")});
+    EXPECT_EQ(2, OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L""));
+    EXPECT_EQ((Names{L"x.txt", L"x.txt"}), NamesIn(folder / L"x.zip"));
+    EXPECT_TRUE(OrvaUnzipAll((folder / L"x.zip").c_str(), folder / L"out"));
+    EXPECT_EQ("first", ReadFile(folder / L"out\\x.txt"));
+}
+
 TEST(ZipFiles, LeavesAnOlderArchiveWhenNothingIsPacked) {
     const TempFolder folder;
     const std::wstring archive = folder.MakeFile(L"x.zip", "old");
@@ -166,7 +177,7 @@ TEST(ZipFiles, LeavesAnOlderArchiveWhenNothingIsPacked) {
 TEST(UnzipAll, RestoresTreesTimesAndAttributes) {
     const TempFolder folder;
     std::string mixed;
-    for (int index = 0; index < 300000; ++index)
+    for (std::uint32_t index = 0; index < 300000; ++index)
         mixed += static_cast<char>(index * index >> 7);
     const std::wstring one = folder.MakeFile(L"in\\deep\\one.bin", mixed);
     const std::wstring empty = folder.MakeFile(L"in\\empty.ZIP");
@@ -213,6 +224,24 @@ TEST(UnzipAll, ReplacesFilesOnlyWithTheCallback) {
                              }));
     EXPECT_EQ(1, told);
     EXPECT_EQ("packed", ReadFile(target));
+}
+
+TEST(UnzipAll, LetsWhatACallbackThrowsPass) {
+    const TempFolder folder;
+    CStringList files;
+    Fill(files, {folder.MakeFile(L"a.txt", "new")});
+    ASSERT_EQ(1, OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L""));
+    const std::wstring existing = folder.MakeFile(L"out\\a.txt", "older");
+    const auto throwing = [](const wchar_t*, const WIN32_FIND_DATAW&) { throw std::runtime_error("no"); };
+    EXPECT_THROW(OrvaUnzipAll((folder / L"x.zip").c_str(), folder / L"out", nullptr, throwing), std::runtime_error);
+    EXPECT_EQ("older", ReadFile(existing));
+    EXPECT_TRUE(::DeleteFileW((folder / L"x.zip").c_str())) << "the archive is still open";
+    ASSERT_EQ(1, OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L""));
+    WriteFile(folder / L"x.zip", "older");
+    EXPECT_THROW(OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L"",
+                              [](UINT, UINT, const wchar_t*) { throw std::runtime_error("no"); }),
+                 std::runtime_error);
+    EXPECT_EQ("older", ReadFile(folder / L"x.zip"));
 }
 
 TEST(UnzipAll, FailsWithoutArchiveEntriesOrDestination) {

@@ -173,9 +173,14 @@ TEST(ZipWriter, ChoosesTheMethodByTheLastExtension) {
         EXPECT_EQ(test.method, Get<std::uint16_t>(MemoryOf(writer), 8)) << CString(test.name).GetLength();
     }
     OrvaZipWriter writer;
+    ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory());
+    ASSERT_EQ(OrvaZipSuccess, writer.AddMemory(L"empty.txt", nullptr, 0));
+    std::string bytes = MemoryOf(writer);
+    EXPECT_EQ(8, Get<std::uint16_t>(bytes, 8)) << "no data is compressed like any other";
+    EXPECT_EQ(2u, Get<std::uint32_t>(bytes, 18));
     ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory(0, L"secret"));
     ASSERT_EQ(OrvaZipSuccess, writer.AddDirectory(L"folder.txt"));
-    const std::string bytes = MemoryOf(writer);
+    bytes = MemoryOf(writer);
     EXPECT_EQ(0, Get<std::uint16_t>(bytes, 6)) << "a directory is not encrypted and has no encryption header";
     EXPECT_EQ(0, Get<std::uint16_t>(bytes, 8));
     EXPECT_EQ(0u, Get<std::uint32_t>(bytes, 18));
