@@ -65,7 +65,7 @@ TEST(TreeCommand, TellsFailureFromMisuse) {
     for (const auto& entry : cases) {
         OrvaProcess orva(entry.arguments);
         EXPECT_EQ(entry.status, orva.Wait()) << orva.Output();
-        if (entry.status != 0) EXPECT_NE("", orva.Errors());
+        EXPECT_EQ(entry.status == 0, orva.Errors().empty());
     }
 }
 
