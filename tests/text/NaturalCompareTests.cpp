@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <clocale>
+#include <cwctype>
 #include <gtest/gtest.h>
 #include <vector>
 
@@ -13,6 +14,32 @@ namespace {
 
 int Sign(int value) {
     return (value > 0) - (value < 0);
+}
+
+/// The documented order, piece by piece through the runtime library: what every short cut must agree with.
+int SignByPieces(const wchar_t* a, const wchar_t* b, bool caseCounts) {
+    const auto firstDigit = [](const wchar_t* text) {
+        while (*text != 0 && !std::iswdigit(*text))
+            ++text;
+        return text;
+    };
+    for (;;) {
+        const wchar_t* digitsA = firstDigit(a);
+        const wchar_t* digitsB = firstDigit(b);
+        if (*digitsA == 0 || *digitsB == 0 || digitsA - a != digitsB - b) {
+            return Sign(caseCounts ? std::wcscoll(a, b) : ::_wcsicoll(a, b));
+        }
+        const auto length = static_cast<std::size_t>(digitsA - a);
+        const int order = length == 0 ? 0 : caseCounts ? ::_wcsncoll(a, b, length) : ::_wcsnicoll(a, b, length);
+        if (order != 0) return Sign(order);
+        const auto difference = static_cast<unsigned>(::_wtoi(digitsA)) - static_cast<unsigned>(::_wtoi(digitsB));
+        if (difference != 0) return Sign(static_cast<int>(difference));
+        for (a = digitsA; std::iswdigit(*a);)
+            ++a;
+        for (b = digitsB; std::iswdigit(*b);)
+            ++b;
+        if (*a == 0 || *b == 0) return (*a != 0 ? 1 : 0) - (*b != 0 ? 1 : 0);
+    }
 }
 
 /// Switches the runtime library's collation for a scope.
@@ -137,6 +164,38 @@ TEST(OrvaNaturalCompare, OppositeSignsWhenSwapped) {
         ASSERT_EQ(Sign(OrvaNaturalCompare(a.c_str(), b.c_str())), -Sign(OrvaNaturalCompare(b.c_str(), a.c_str())))
             << a << " " << b;
         ASSERT_EQ(0, OrvaNaturalCompareNoCase(a.c_str(), Wide(OrvaToLower(ToCString(a))).c_str())) << a;
+    }
+}
+
+TEST(OrvaNaturalCompare, ShortCutsAgreeWithTheRuntimeLibraryInEveryLocale) {
+    const std::wstring alphabets[] = {
+        L"aB01",                                 // ASCII alone
+        L"aAzZ_-. 019",                          // characters between and around the letters
+        L"iI\u0130\u0131\u00C4\u00E4\u00DFs1",   // letters whose case depends on the language
+        L"a1\u00B2\u0661\uFF11\u0967",           // digits of other scripts
+        L"\u0301\u00E9e\u4E00\uFFFD\U0001D49C1", // combining marks, surrogates
+    };
+    for (const char* const locale : {"C", "English", "Turkish", "Swedish", "Hungarian"}) {
+        const Collation collation(locale);
+        if (!collation.IsSet()) continue;
+        RandomTexts random(17);
+        for (int round = 0; round < 20000; ++round) {
+            const std::wstring& alphabet = alphabets[random.Number(0, std::size(alphabets) - 1)];
+            // A common beginning, or most pairs would differ in their first character.
+            const std::wstring beginning = random.Text(alphabet, 0, 5);
+            const std::wstring a = beginning + random.Text(alphabet, 0, 6);
+            const std::wstring b = beginning + random.Text(alphabet, 0, 6);
+            ASSERT_EQ(SignByPieces(a.c_str(), b.c_str(), true), Sign(OrvaNaturalCompare(a.c_str(), b.c_str())))
+                << locale << ": " << a << " " << b;
+            ASSERT_EQ(SignByPieces(a.c_str(), b.c_str(), false), Sign(OrvaNaturalCompareNoCase(a.c_str(), b.c_str())))
+                << locale << ": " << a << " " << b;
+        }
+        for (std::size_t length = 7; length < 14; ++length) { // around the digits that 32 bits hold
+            const std::wstring a = L"x" + random.Text(L"0123456789", length, length);
+            const std::wstring b = L"x" + random.Text(L"0123456789", length, length) + L"y";
+            ASSERT_EQ(SignByPieces(a.c_str(), b.c_str(), true), Sign(OrvaNaturalCompare(a.c_str(), b.c_str())))
+                << locale << ": " << a << " " << b;
+        }
     }
 }
 
