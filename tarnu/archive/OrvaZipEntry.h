@@ -14,11 +14,11 @@ struct OrvaZipEntry {
     DWORD crc = 0;                ///< CRC-32 of the data
     DWORD attributes = 0;         ///< FILE_ATTRIBUTE_…: read-only, hidden, system, archive, directory
     WORD method = 0;              ///< 0 stored, 8 deflate; others can't be extracted
-    bool isDirectory = false;
-    bool isEncrypted = false;
-    FILETIME lastWrite{};  ///< UTC
-    FILETIME lastAccess{}; ///< UTC; zero when the archive does not tell
-    FILETIME creation{};   ///< UTC; zero when the archive does not tell
+    bool isDirectory = false;     ///< the name ends in a separator
+    bool isEncrypted = false;     ///< extracting takes the password
+    FILETIME lastWrite{};         ///< UTC
+    FILETIME lastAccess{};        ///< UTC; zero when the archive does not tell
+    FILETIME creation{};          ///< UTC; zero when the archive does not tell
 };
 
 #endif // TARNU_ARCHIVE_ORVAZIPENTRY_H

@@ -45,38 +45,50 @@ public:
     OrvaZipResult Open(const wchar_t* path, const wchar_t* password = nullptr);
     /// Opens an archive in memory, which must stay until the reader is closed.
     OrvaZipResult OpenMemory(const void* data, std::size_t size, const wchar_t* password = nullptr);
+    /// Closes the archive; without an open one nothing happens.
     void Close() noexcept;
 
     /// Entries of the archive; 0 when none is open.
     ULONGLONG GetCount() const noexcept;
     /// What the archive's directory tells about an entry.
     /// @param index  counted from 0
+    /// @param entry  receives it; untouched on failure
     /// @return OrvaZipBadArguments for an index beyond the last entry
     OrvaZipResult GetEntry(ULONGLONG index, OrvaZipEntry& entry) const;
 
+    /// @param index  of the entry, counted from 0
     /// Begins to read an entry, and ends an earlier one.
     /// @return OrvaZipCorrupt for an entry that contradicts itself, is damaged or of a kind that is not read;
     ///         OrvaZipBadArguments for one that is encrypted and not with this password
     OrvaZipResult OpenEntry(ULONGLONG index);
     /// Reads the next piece of the entry that OpenEntry began.
     /// @param buffer  receives at most @p size bytes
+    /// @param size    bytes that the buffer holds
     /// @param read    bytes that were read
     /// @return OrvaZipMore while there is more to come, OrvaZipSuccess at the end, when size and checksum have been
     ///         verified; OrvaZipCorrupt when they don't hold
     OrvaZipResult ReadEntry(void* buffer, std::size_t size, std::size_t& read);
 
     /// Reads a whole entry.
+    /// @param index   of the entry, counted from 0
     /// @param buffer  receives it; OrvaZipMore when @p size bytes are not enough (nothing is verified then)
+    /// @param size    bytes that the buffer holds
+    /// @return as OpenEntry and ReadEntry
     OrvaZipResult ExtractToMemory(ULONGLONG index, void* buffer, std::size_t size);
     /// Extracts an entry into a file, which is replaced when it exists. The file appears when the data has been
     /// verified, with the entry's times and attributes; until then, and on failure, nothing is touched.
+    /// @param index  of the entry, counted from 0
+    /// @param path   of the file; its folder must exist
+    /// @return as OpenEntry; OrvaZipNoFile or OrvaZipWriteFailed when the file can't be written
     OrvaZipResult ExtractToFile(ULONGLONG index, const wchar_t* path);
     /// Extracts an entry to the place below a folder that its name stands for, with the folders on the way.
     ///
     /// A file that exists is left alone, unless @p overwrite is given: that is told about it and the file is replaced.
     /// The entry is verified before anything is touched.
-    /// @param folder   need not exist
-    /// @param written  when given, receives whether a file was written or a folder is there now
+    /// @param index      of the entry, counted from 0
+    /// @param folder     need not exist
+    /// @param overwrite  see above; may be null
+    /// @param written    when given, receives whether a file was written or a folder is there now
     /// @return OrvaZipBadArguments for a name that leads out of the folder or that no file can have
     OrvaZipResult ExtractBelow(ULONGLONG index, const wchar_t* folder, const OrvaZipOverwrite& overwrite = nullptr,
                                bool* written = nullptr);

@@ -48,15 +48,24 @@ public:
     OrvaZipResult Create(const wchar_t* path, const wchar_t* password = nullptr);
     /// Begins an archive in memory.
     /// @param maximum  size in bytes that it may have; 0 for no limit. Growing beyond fails with OrvaZipMemoryFull
+    /// @param password as for Create
+    /// @return OrvaZipSuccess; OrvaZipNoMemory
     OrvaZipResult CreateInMemory(std::size_t maximum = 0, const wchar_t* password = nullptr);
 
     /// Adds a file, or a directory as such (not what is in it), with its times and attributes.
+    /// @param name  of the entry
+    /// @param path  of the file or directory
     /// @return OrvaZipNoFile, OrvaZipReadFailed or OrvaZipWrongSize (the file shrank while it was read): the entry is
     ///         left out; OrvaZipBadArguments for a name that is empty or longer than 65 535 bytes
     OrvaZipResult AddFile(const wchar_t* name, const wchar_t* path);
     /// Adds a block of memory.
+    /// @param name        of the entry
+    /// @param data        @p size bytes
+    /// @param size        of the data, in bytes
     /// @param lastWrite   UTC; null for now
     /// @param attributes  read-only, hidden, system and archive are stored
+    /// @return OrvaZipSuccess; OrvaZipBadArguments for a name that is empty or too long; OrvaZipMemoryFull,
+    /// OrvaZipWriteFailed
     OrvaZipResult AddMemory(const wchar_t* name, const void* data, std::size_t size,
                             const FILETIME* lastWrite = nullptr, DWORD attributes = FILE_ATTRIBUTE_ARCHIVE);
     /// Adds what an open handle has from its position on: a file up to the size that it has now, with its times and
@@ -73,6 +82,8 @@ public:
     /// @return a failure leaves what stood under the archive's name as it was
     OrvaZipResult Close();
     /// The bytes of a memory archive, closed first if need be; they stay until the next Create or the destructor.
+    /// @param data  receives the address of the bytes
+    /// @param size  receives their number
     /// @return OrvaZipNotMemory for a file archive; the parameters are null and 0 on failure
     OrvaZipResult GetMemory(const void*& data, std::size_t& size);
 

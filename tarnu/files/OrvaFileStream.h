@@ -43,18 +43,27 @@ public:
 
     /// Hands out IUnknown and IStream. Always S_OK: for any other interface the pointer that the caller left in
     /// @p object is the one that gets the reference, so ask for these two only.
+    /// @param interfaceId IID_IUnknown or IID_IStream
+    /// @param object receives the interface, counted
+    /// @return S_OK
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID interfaceId, void** object) noexcept override;
+    /// Adds a reference. @return the new count
     ULONG STDMETHODCALLTYPE AddRef() noexcept override;
+    /// Gives a reference back; the last one ends the object. @return the new count
     ULONG STDMETHODCALLTYPE Release() noexcept override;
 
     // ISequentialStream
 
     /// Reads up to @p size bytes.
+    /// @param buffer     receives the bytes
+    /// @param size       bytes that the buffer holds
     /// @param bytesRead  receives the bytes read, also after a failed read; may be null. Untouched when the stream was
     ///                   opened for writing.
     /// @return S_OK with at least one byte, S_FALSE with none (the end), E_FAIL for an error or a stream for writing.
     HRESULT STDMETHODCALLTYPE Read(void* buffer, ULONG size, ULONG* bytesRead) noexcept override;
     /// Writes @p size bytes.
+    /// @param buffer        the bytes
+    /// @param size          number of them
     /// @param bytesWritten  receives the bytes written; must not be null. Untouched when the stream was opened for
     ///                      reading.
     /// @return S_OK, or E_FAIL for an error or a stream for reading.
@@ -62,6 +71,8 @@ public:
 
     // IStream: all E_FAIL
 
+    /// @{
+    /// Not supported. @return E_FAIL
     HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) noexcept override;
     HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER size) noexcept override;
     HRESULT STDMETHODCALLTYPE CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE_INTEGER* bytesRead,
@@ -72,6 +83,7 @@ public:
     HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type) noexcept override;
     HRESULT STDMETHODCALLTYPE Stat(STATSTG* statistics, DWORD flags) noexcept override;
     HRESULT STDMETHODCALLTYPE Clone(IStream** copy) noexcept override;
+    /// @}
 
 private:
     ~OrvaFileStream(); // Release is the only way to it

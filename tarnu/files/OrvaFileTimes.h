@@ -19,21 +19,29 @@
 
 // FILETIME (100 ns since 1601, UTC) and __time64_t (seconds since 1970, UTC)
 
+/// Exact seconds, rounded down. @return false when out of range
 TARNU_API bool OrvaFileTimeToTime(const FILETIME& fileTime, __time64_t& time) noexcept;
+/// @return false when out of range
 TARNU_API bool OrvaTimeToFileTime(__time64_t time, FILETIME& fileTime) noexcept;
 
 // UTC fields
 
+/// @{
+/// Between an instant and the fields of UTC. @return false when out of range
 TARNU_API bool OrvaFileTimeToUtc(const FILETIME& fileTime, SYSTEMTIME& utc) noexcept;
 TARNU_API bool OrvaUtcToFileTime(const SYSTEMTIME& utc, FILETIME& fileTime) noexcept;
 TARNU_API bool OrvaTimeToUtc(__time64_t time, SYSTEMTIME& utc) noexcept;
 TARNU_API bool OrvaUtcToTime(const SYSTEMTIME& utc, __time64_t& time) noexcept;
+/// @}
 
 // Local fields
 
+/// @{
+/// Between an instant and the fields of local time. @return false when out of range
 TARNU_API bool OrvaFileTimeToLocal(const FILETIME& fileTime, SYSTEMTIME& local) noexcept;
 TARNU_API bool OrvaLocalToFileTime(const SYSTEMTIME& local, FILETIME& fileTime) noexcept;
 TARNU_API bool OrvaTimeToLocal(__time64_t time, SYSTEMTIME& local) noexcept;
 TARNU_API bool OrvaLocalToTime(const SYSTEMTIME& local, __time64_t& time) noexcept;
+/// @}
 
 #endif // TARNU_FILES_ORVAFILETIMES_H

@@ -22,8 +22,7 @@ public:
     /// @param addTimeStamp puts " - " and the current time, in seconds since 1970, between name and extension
     /// @param overwrite an existing file is emptied; otherwise what is in it stays and writing goes on at its end
     /// @param writeHeader nonzero: "File Report - " and the full file name, "Opened:  " and the local time, and an
-    /// empty
-    ///        line. A failure to write it is not reported
+    ///        empty line. A failure to write it is not reported
     /// @throw CFileException* when the file can't be opened, with cause, system error code and file name
     OrvaStdioFile(OrvaPath path, bool addTimeStamp, bool overwrite, int writeHeader);
     ~OrvaStdioFile() override;

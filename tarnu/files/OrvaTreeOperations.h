@@ -57,6 +57,8 @@ struct OrvaTreeCounts {
 /// Copies a directory tree. The destination and the directories above it are created; files keep their attributes and
 /// times, new directories their attributes. A file is replaced by a complete copy or not at all.
 /// @param source a directory, or a link, which is then copied as a link
+/// @param destination the path of the copy
+/// @param options policy, retries, error sink
 /// @param counts receives what was done, also on failure; may be null
 /// @return 1 on any failure and after a stop, otherwise 0. Nothing is done for a source that is missing
 ///         (ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND) or no directory (ERROR_DIRECTORY), and when one of the two lies
@@ -67,6 +69,7 @@ TARNU_API int OrvaCopyTree(const wchar_t* source, const wchar_t* destination, co
 /// Removes a directory tree. What can be removed is removed, also after a failure. A tree that contains the current
 /// directory of any process can't be removed whole.
 /// @param path a directory, or a link, of which only the link is removed
+/// @param options retries and error sink; the policy has no effect here
 /// @param counts receives what was done, also on failure; may be null
 /// @return 1 on any failure and after a stop; 0 otherwise, also for a tree that does not exist
 TARNU_API int OrvaRemoveTree(const wchar_t* path, const OrvaTreeOptions& options = {},

@@ -24,11 +24,13 @@ public:
 
     /// Whether "." and ".." are passed over (nonzero, as constructed) or reported when they pass the filter (0).
     /// The setting survives Close.
+    /// @param skipDots nonzero or 0
     void SetSkipDots(DWORD skipDots);
+    /// The setting of SetSkipDots.
     DWORD GetSkipDots() const;
 
-    /// The record of the current entry, with sizes and times; zero-filled before the first. It belongs to the matcher
-    /// and is valid as long as that lives.
+    /// The record of the current entry, with sizes and times; zero-filled before the first.
+    /// @return a record that belongs to the matcher and is valid as long as that lives
     const WIN32_FIND_DATAW* GetFindData() const;
     /// The same, for functions that take the record without const. The next entry is read into it.
     WIN32_FIND_DATAW* GetFindData() { return &m_findData; }

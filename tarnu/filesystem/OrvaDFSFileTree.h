@@ -23,8 +23,8 @@ public:
     OrvaPath& GetName(OrvaPath& name) const override;
     OrvaPath& GetDirectory(OrvaPath& directory) const override;
 
-    /// The record of the current entry, with sizes and times. It belongs to the tree and is valid as long as that
-    /// lives.
+    /// @return the record of the current entry, with sizes and times. It belongs to the tree and is valid as long as
+    /// that lives.
     const WIN32_FIND_DATAW* GetFindData() const { return m_matcher.GetFindData(); }
 
 private:

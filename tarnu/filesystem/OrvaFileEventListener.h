@@ -15,26 +15,34 @@ using OrvaFileEventCookie = void*;
 /// register others in any of these calls; it is not called for a registration that it has ended.
 class OrvaFileEventListener {
 public:
+    /// @{
     /// FILE_NOTIFY_CHANGE_FILE_NAME, _DIR_NAME and _ATTRIBUTES: something of that kind may have happened in the file's
     /// directory. These three are called whenever the directory signalled, also for other files.
+    /// @param cookie names the registration
     virtual void OnFileNameChanged(OrvaFileEventCookie cookie) { (void)cookie; }
     virtual void OnDirNameChanged(OrvaFileEventCookie cookie) { (void)cookie; }
     virtual void OnAttributesChanged(OrvaFileEventCookie cookie) { (void)cookie; }
+    /// @}
     /// FILE_NOTIFY_CHANGE_SIZE: the file has another size.
     virtual void OnSizeChanged(OrvaFileEventCookie cookie) { (void)cookie; }
     /// FILE_NOTIFY_CHANGE_LAST_WRITE and _LAST_ACCESS: the time has moved forward.
+    /// @{
     virtual void OnLastWriteChanged(OrvaFileEventCookie cookie) { (void)cookie; }
     virtual void OnLastAccessChanged(OrvaFileEventCookie cookie) { (void)cookie; }
+    /// @}
     /// The file's directory cannot be watched, or not any longer. Said once; nothing else follows until the file, or
     /// another one in its directory, is registered again.
+    /// @param cookie names the registration
     /// @param error  Win32 error code
     virtual void OnError(OrvaFileEventCookie cookie, DWORD error) {
         (void)cookie;
         (void)error;
     }
     /// For hosts that post WM_REGISTERED_FILE and WM_UNREGISTERED_FILE; the library itself does not.
+    /// @{
     virtual void OnRegistered(OrvaFileEventCookie cookie) { (void)cookie; }
     virtual void OnUnregistered(OrvaFileEventCookie cookie) { (void)cookie; }
+    /// @}
 
 protected:
     ~OrvaFileEventListener() = default; // nobody destroys a listener through this interface

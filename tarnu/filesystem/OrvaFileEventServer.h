@@ -32,6 +32,7 @@ public:
 
     /// Ends a registration: its listener is not called any more, also for changes that are on their way. An unknown
     /// cookie is ignored.
+    /// @param cookie what RegisterFile gave
     /// @return S_OK, always
     virtual HRESULT UnregisterFile(OrvaFileEventCookie cookie) = 0;
 
@@ -48,8 +49,9 @@ protected:
     OrvaFileEventServer& operator=(const OrvaFileEventServer&) = delete;
 };
 
-/// The process's server; never null. The first call creates it, with the window-message server, on the calling thread.
-/// It is destroyed at process exit.
+/// The process's server. The first call creates it, with the window-message server, on the calling thread. It is
+/// destroyed at process exit.
+/// @return the server; never null
 TARNU_API OrvaFileEventServer* OrvaGetFileEventServer();
 
 #endif // TARNU_FILESYSTEM_ORVAFILEEVENTSERVER_H

@@ -13,6 +13,7 @@ struct TARNU_API OrvaFileModifiedStatus : public CFileStatus {
     OrvaFileModifiedStatus() noexcept;
     /// Takes over all six values of a file status.
     OrvaFileModifiedStatus(const CFileStatus& status) noexcept; // NOLINT: implicit on purpose
+    /// Copies all six values.
     OrvaFileModifiedStatus(const OrvaFileModifiedStatus& other) noexcept;
     virtual ~OrvaFileModifiedStatus();
 
@@ -21,7 +22,10 @@ struct TARNU_API OrvaFileModifiedStatus : public CFileStatus {
 
     /// True only for an object and itself; two distinct statuses are never equal, whatever they hold. Compare the
     /// members to compare what they hold.
+    /// @param other the other status
+    /// @return whether they are the same object
     bool operator==(const OrvaFileModifiedStatus& other) const noexcept;
+    /// The opposite of ==, so true for any two objects.
     bool operator!=(const OrvaFileModifiedStatus& other) const noexcept;
 };
 

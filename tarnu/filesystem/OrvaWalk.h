@@ -21,8 +21,11 @@ struct OrvaFileEntry {
 /// The rest of a walk as an input range, made by OrvaWalk. Only references the walk.
 class OrvaWalkRange {
 public:
+    /// Stands on the entry of a walk; every copy moves with the walk.
     class Iterator {
     public:
+        /// @{
+        /// What the standard asks of an input iterator.
         using value_type = OrvaFileEntry;
         using difference_type = std::ptrdiff_t;
         using iterator_category = std::input_iterator_tag;
@@ -37,6 +40,7 @@ public:
         }
         void operator++(int) { ++*this; }
         friend bool operator==(const Iterator& iterator, std::default_sentinel_t) { return iterator.IsAtEnd(); }
+        /// @}
 
     private:
         bool IsAtEnd() const { return !m_range->m_matcher->IsFound(); }
@@ -44,13 +48,18 @@ public:
         OrvaWalkRange* m_range;
     };
 
+    /// The rest of a walk.
+    /// @param matcher   opened; referenced
+    /// @param findData  its record, or null
     OrvaWalkRange(OrvaFileMatch& matcher, const WIN32_FIND_DATAW* findData) : m_matcher(&matcher) {
         m_entry.findData = findData;
     }
+    /// The current entry; each call goes on where the walk stands.
     Iterator begin() {
         Read();
         return Iterator(*this);
     }
+    /// The end of the walk.
     std::default_sentinel_t end() const { return std::default_sentinel; }
 
 private:
@@ -83,6 +92,8 @@ inline const WIN32_FIND_DATAW* FindDataOf(const OrvaFileMatch& matcher) {
 /// for (const OrvaFileEntry& entry : OrvaWalk(files)) total += entry.findData->nFileSizeLow;
 /// ~~~
 /// The entry is one object that moves along. The walk must outlive the range, and is at its end after the loop.
+/// @param matcher an opened walk; referenced
+/// @return the range
 inline OrvaWalkRange OrvaWalk(OrvaFileMatch& matcher) {
     return OrvaWalkRange(matcher, tarnu::FindDataOf(matcher));
 }

@@ -53,6 +53,7 @@ extern TARNU_API DWORD OrvaSecondaryProgressPollTime;      ///< GetTickCount of 
 
 /// Installs the host's handler and enables the meter, also when @p callback is null: a guarded operation then calls
 /// through the null pointer. Hosts never install null; to silence the meter, use OrvaSetProgressEnabled(false).
+/// @param callback borrowed until another one is installed
 TARNU_API void OrvaSetProgressCallback(OrvaProgressHandler callback);
 
 /// Sets the enabled flag when a handler is installed; leaves it alone otherwise.

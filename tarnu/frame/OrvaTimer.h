@@ -17,6 +17,8 @@
 class TARNU_API OrvaTimer : public OrvaStdioFile {
 public:
     /// Opens the report file, without a header; see OrvaStdioFile.
+    /// @param path the report file; empty for none
+    /// @param addTimeStamp,overwrite as for OrvaStdioFile
     /// @throw CFileException* when the file can't be opened
     OrvaTimer(const CString& path, int addTimeStamp, int overwrite);
     ~OrvaTimer() override;
@@ -24,19 +26,26 @@ public:
     /// Reads the clock. Returns the timer.
     OrvaTimer& Start() noexcept;
     /// Adds the span since the latest start. The clock goes on: a second stop adds the whole span since the same start
-    /// again. Returns the timer.
+    /// again.
+    /// @return the timer
     OrvaTimer& Stop() noexcept;
 
     /// The accumulated time, as "1.250 sec". When nothing has been accumulated, the span since the latest start is
     /// taken, and kept as the accumulated time.
     /// @param reset sets the accumulated time back to 0
+    /// @return the text
     CString GetElapsedText(bool reset);
     /// "\nTimer in LABEL: 1.250 sec\n".
     CString GetReport(const CString& label, bool reset);
 
-    /// Both write the text to the report file. Without an open file they do nothing, @p reset included.
+    /// Writes GetElapsedText to the report file. Without an open file it does nothing, @p reset included.
+    /// @param reset sets the accumulated time back to 0
     /// @throw CFileException* when writing fails
     void WriteElapsed(bool reset);
+    /// Writes GetReport to the report file. Without an open file it does nothing, @p reset included.
+    /// @param label what was timed
+    /// @param reset sets the accumulated time back to 0
+    /// @throw CFileException* when writing fails
     void WriteReport(const CString& label, bool reset);
 
 private:

@@ -30,8 +30,8 @@ TARNU_API void OrvaLog(const wchar_t* file, int line, const wchar_t* format, ...
 
 /// The name of the source file that is being compiled, as a wide text.
 #define ORVA_WIDE_FILE ORVA_WIDE_FILE_STEP1(__FILE__)
-#define ORVA_WIDE_FILE_STEP1(file) ORVA_WIDE_FILE_STEP2(file)
-#define ORVA_WIDE_FILE_STEP2(file) L##file
+#define ORVA_WIDE_FILE_STEP1(file) ORVA_WIDE_FILE_STEP2(file) ///< a step of ORVA_WIDE_FILE
+#define ORVA_WIDE_FILE_STEP2(file) L##file                    ///< a step of ORVA_WIDE_FILE
 
 /// OrvaLog at the place where it stands: `ORVA_LOG(L"%d points read", count);`
 #define ORVA_LOG(...) ::OrvaLog(ORVA_WIDE_FILE, __LINE__, __VA_ARGS__)

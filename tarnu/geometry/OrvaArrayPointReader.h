@@ -14,6 +14,7 @@ class TARNU_API OrvaArrayPointReader : public OrvaPointReader {
 public:
     /// @param points the array; null is an empty one
     explicit OrvaArrayPointReader(const OrvaPointArray* points) noexcept;
+    /// Reads an array, which is referenced.
     explicit OrvaArrayPointReader(const OrvaPointArray& points) noexcept;
     OrvaArrayPointReader(const OrvaPointArray&&) = delete; // would be gone before it is read
     ~OrvaArrayPointReader() override;

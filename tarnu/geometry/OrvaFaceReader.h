@@ -14,6 +14,7 @@
 class TARNU_API OrvaFaceReader {
 public:
     /// Replaces @p face by the next face.
+    /// @param face receives the vertices
     /// @return false, and @p face untouched, when there is none
     /// @throws std::bad_alloc when memory runs out; the cursor stays
     virtual bool ReadFace(OrvaPointArray& face) = 0;
@@ -23,6 +24,7 @@ public:
     virtual UINT GetFaceCount() const = 0;
     /// Smallest and largest x and y of all vertices; what they are without any differs between the readers. Null
     /// pointers are skipped.
+    /// @param minX,minY,maxX,maxY receive the extents; each may be null
     /// @return points visited, or faces: see the readers
     virtual UINT GetExtents(double* minX, double* minY, double* maxX, double* maxY) const = 0;
     virtual ~OrvaFaceReader();

@@ -20,10 +20,12 @@ public:
     bool ReadFace(OrvaPointArray& face) override;
     void Reset() override;
     UINT GetFaceCount() const override;
-    /// Without points the minima are the largest finite number and the maxima its negative. Returns the faces, not the
-    /// points, visited.
+    /// Without points the minima are the largest finite number and the maxima its negative.
+    /// @param minX,minY,maxX,maxY receive the extents; each may be null
+    /// @return the faces, not the points, visited
     UINT GetExtents(double* minX, double* minY, double* maxX, double* maxY) const override;
     /// Adds a copy of the polygon.
+    /// @param face the polygon
     /// @return polygons held
     /// @throws std::bad_alloc when memory runs out; nothing is added
     virtual UINT AddFace(const OrvaPointArray& face);

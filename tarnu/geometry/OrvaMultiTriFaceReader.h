@@ -20,6 +20,7 @@ public:
     /// Without points the minima are the largest finite number and the maxima its negative. Returns the points visited.
     UINT GetExtents(double* minX, double* minY, double* maxX, double* maxY) const override;
     /// Adds a triangle of the first three points; a face of fewer adds nothing.
+    /// @param face three points; those behind them are ignored
     /// @return triangles held
     /// @throws std::bad_alloc when memory runs out; nothing is added
     virtual UINT AddFace(const OrvaPointArray& face);

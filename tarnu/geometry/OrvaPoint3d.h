@@ -5,10 +5,11 @@
 
 /// Three coordinates; x and y span the plan.
 struct OrvaPoint3d {
-    double x = 0;
-    double y = 0;
-    double z = 0;
+    double x = 0; ///< in the plan
+    double y = 0; ///< in the plan
+    double z = 0; ///< height
 
+    /// Equal in all three coordinates.
     friend bool operator==(const OrvaPoint3d&, const OrvaPoint3d&) = default;
 };
 

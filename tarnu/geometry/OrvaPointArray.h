@@ -24,13 +24,18 @@ public:
     explicit OrvaPointArray(int capacity = 0, int growthStep = 8);
     /// An array over points of the caller's.
     explicit OrvaPointArray(std::span<const OrvaPoint3d> points);
+    /// @{
+    /// Copies and moves; a copy owns its points, a moved array keeps referring to a span.
     OrvaPointArray(const OrvaPointArray& other);
     OrvaPointArray& operator=(const OrvaPointArray& other);
     OrvaPointArray(OrvaPointArray&& other) noexcept;
     OrvaPointArray& operator=(OrvaPointArray&& other) noexcept;
+    /// @}
     ~OrvaPointArray();
 
+    /// The number of points.
     int GetLength() const noexcept { return static_cast<int>(GetPoints().size()); }
+    /// True without points.
     bool IsEmpty() const noexcept { return GetPoints().empty(); }
     /// The point at a zero-based index, which must be less than the length.
     const OrvaPoint3d& operator[](int index) const noexcept { return GetPoints()[static_cast<std::size_t>(index)]; }
@@ -38,12 +43,16 @@ public:
     std::span<const OrvaPoint3d> GetPoints() const noexcept {
         return m_borrowed.data() != nullptr ? m_borrowed : std::span<const OrvaPoint3d>(m_points);
     }
+    /// The first point; iterators are valid until the next change.
     auto begin() const noexcept { return GetPoints().begin(); }
+    /// Behind the last point.
     auto end() const noexcept { return GetPoints().end(); }
 
+    /// Appends a point, which may be one of this array's.
     void Append(const OrvaPoint3d& point);
     /// Appends points in order; they may be this array's own.
     void Append(std::span<const OrvaPoint3d> points);
+    /// Replaces the point at a zero-based index, which must be less than the length.
     void SetAt(int index, const OrvaPoint3d& point);
     /// Removes all points; the room for them stays.
     void Clear() noexcept;

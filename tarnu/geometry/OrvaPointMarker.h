@@ -23,6 +23,7 @@ public:
 
     /// Holds exactly @p bits numbers from the base on. Whole new bytes are cleared; a byte that was held before, even
     /// in part, keeps its content.
+    /// @param bits size of the set
     /// @return false, and nothing changed, when base + bits exceeds 0xFFFFFFFF or memory runs out
     BOOL Resize(std::uint64_t bits) noexcept;
     /// Empties the set and frees its block.
@@ -30,9 +31,11 @@ public:
 
     /// Puts a number into the set, which grows to hold it and 1023 more. Ignored above 0xFFFFFBFF, below the base and
     /// when memory runs out.
+    /// @param number the point number
     void Mark(UINT number) noexcept;
     /// Takes a number out of the set; grows and ignores as Mark does.
     void Unmark(UINT number) noexcept;
+    /// True when the set holds the number.
     BOOL IsMarked(UINT number) const noexcept;
 
     /// The base.
@@ -40,10 +43,12 @@ public:
     /// One past the last number that is held.
     UINT GetEnd() const noexcept { return static_cast<UINT>(m_base + m_bitCount); }
 
+    /// @{
     /// Bits by zero-based index, which is not checked: it must be less than the size.
     void SetBit(std::uint64_t index) noexcept;
     void ClearBit(std::uint64_t index) noexcept;
     BOOL TestBit(std::uint64_t index) const noexcept;
+    /// @}
 
 private:
     friend class OrvaSortedPointString; // reads whole words

@@ -16,8 +16,11 @@ namespace tarnu {
 ///     for (UINT number : tarnu::OrvaPointNumbers(points)) Use(number);
 class OrvaPointNumbers {
 public:
+    /// Stands on a number of the walk.
     class Iterator {
     public:
+        /// @{
+        /// What the standard asks of an input iterator.
         using iterator_concept = std::input_iterator_tag;
         using value_type = UINT;
         using difference_type = std::ptrdiff_t;
@@ -30,14 +33,18 @@ public:
         }
         void operator++(int) { ++*this; }
         bool operator==(std::default_sentinel_t) const { return m_points->IsDone() != FALSE; }
+        /// @}
 
     private:
         OrvaPointString* m_points;
         UINT m_number = 0;
     };
 
+    /// The numbers of a point string, which is referenced.
     explicit OrvaPointNumbers(OrvaPointString& points) noexcept : m_points(points) {}
+    /// Starts the walk.
     Iterator begin() const { return Iterator(m_points); }
+    /// The end of the walk.
     std::default_sentinel_t end() const noexcept { return {}; }
 
 private:

@@ -19,12 +19,15 @@ class OrvaPointRanges {
 public:
     /// First and last number; the first is the higher one in a downward range.
     struct Range {
-        UINT start = 0;
-        UINT end = 0;
+        UINT start = 0; ///< the first number
+        UINT end = 0;   ///< the last number
     };
 
+    /// Stands on a range of the walk.
     class Iterator {
     public:
+        /// @{
+        /// What the standard asks of an input iterator.
         using iterator_concept = std::input_iterator_tag;
         using value_type = Range;
         using difference_type = std::ptrdiff_t;
@@ -39,14 +42,18 @@ public:
         }
         void operator++(int) { ++*this; }
         bool operator==(std::default_sentinel_t) const { return m_points->IsDone() != FALSE; }
+        /// @}
 
     private:
         OrvaPointString* m_points;
         Range m_range;
     };
 
+    /// The ranges of a point string, which is referenced.
     explicit OrvaPointRanges(OrvaPointString& points) noexcept : m_points(points) {}
+    /// Starts the walk.
     Iterator begin() const { return Iterator(m_points); }
+    /// The end of the walk.
     std::default_sentinel_t end() const noexcept { return {}; }
 
 private:

@@ -14,6 +14,7 @@ public:
     /// A question that both readers answer with false.
     virtual bool Probe(void* argument) = 0;
     /// Delivers the next point. Null pointers are skipped.
+    /// @param x,y,z receive the coordinates; each may be null
     /// @param atEnd receives the opposite of the result
     /// @return false, and the coordinates untouched, when there is none
     virtual bool ReadPoint(double* x, double* y, double* z, bool* atEnd) = 0;

@@ -7,6 +7,7 @@
 
 /// The number at the beginning of a text, read as wcstoul reads it in base 10: leading white space is skipped and the
 /// first character that is no digit ends it.
+/// @param text read up to its terminator
 /// @return 0 for a text without a number, one that begins with a sign, null, and a value above 0xFFFFFFFE
 TARNU_API UINT OrvaPointStringParseNumber(const wchar_t* text) noexcept;
 
@@ -28,7 +29,9 @@ class TARNU_API OrvaPointString {
 public:
     /// An empty text.
     OrvaPointString();
+    /// A copy of a text; null counts as empty.
     OrvaPointString(const wchar_t* text); // NOLINT: a text is a point string wherever one is wanted
+    /// The same, sharing the text.
     OrvaPointString(const CString& text); // NOLINT
     /// Copies everything, a walk in progress included; the copy counts as modified.
     OrvaPointString(const OrvaPointString& other);
@@ -39,50 +42,63 @@ public:
 
     /// Takes over the text of @p other and nothing else of it: the label is emptied and a walk ends. No effect when
     /// @p other is this object.
+    /// @param other whose text is taken
     virtual void Assign(const OrvaPointString& other);
     /// Removes every number that @p points names and rewrites the text, ascending and without duplicates when
     /// @p sorted, else in its order and with them. No effect when @p points is not valid. Otherwise as Assign.
+    /// @param points names the numbers to remove
+    /// @param sorted nonzero for ascending
     virtual void Subtract(const wchar_t* points, BOOL sorted);
     /// Removes duplicates (the first occurrence stays) and rewrites the text compactly, ascending when @p sorted.
     /// Otherwise as Assign.
+    /// @param sorted nonzero for ascending
     virtual void Normalize(BOOL sorted);
 
     /// Starts a number walk. Writes nothing when the text is blank.
     virtual void GetFirst(UINT* number);
+    /// Goes on to the next number.
     virtual void GetNext(UINT* number);
     /// Starts a range walk; a downward range has @p start above @p end. Writes nothing when the text is blank.
     virtual void GetFirstRange(UINT* start, UINT* end);
+    /// Goes on to the next range.
     virtual void GetNextRange(UINT* start, UINT* end);
     /// True when the walk has met the end of the text or a bad token.
     virtual BOOL IsDone() const;
 
     /// A text of the owner's, which the class keeps and does not interpret.
     virtual void SetLabel(const wchar_t* text);
+    /// Whether the label is not empty.
     virtual BOOL HasLabel() const;
+    /// The label; empty at first.
     virtual const CString& GetLabel() const;
 
     /// Checks the whole text; ends a walk. False, once, when the walk before met a bad token.
     virtual BOOL IsValid();
-    /// The numbers that the text names up to its first bad token; starts with a walk of its own. The sum is kept in 32
-    /// bits, and a downward range adds end - start + 1, wrapped: "10-7" counts 4294967294.
+    /// The numbers that the text names up to its first bad token; starts with a walk of its own.
+    /// @return their sum in 32 bits; a downward range adds end - start + 1, wrapped: "10-7" counts 4294967294
     virtual UINT GetCount();
 
+    /// The text as it was given or rewritten last.
     const CString& GetText() const noexcept { return m_text; }
     /// Replaces the text and ends a walk; the label stays.
     void SetText(const CString& text);
+    /// The same.
     operator const CString&() const noexcept { return m_text; } // NOLINT: the reverse of construction
 
     /// Set by every constructor and every change of the text or its numbers, cleared by nobody but the owner.
     BOOL IsModified() const noexcept { return m_modified; }
+    /// Sets or clears the flag.
     void SetModified(BOOL modified) noexcept { m_modified = modified; }
 
 protected:
     /// The token cut last, and what a walk has not yet parsed.
-    CString GetToken() const { return m_walk.Mid(m_tokenStart, m_tokenEnd - m_tokenStart); }
+    /// @{
+    /// The token cut last, and what a walk has not yet parsed.
     CString GetRemaining() const { return m_walk.Mid(m_position, m_walkEnd - m_position); }
+    /// @}
 
-    CString m_text;
-    BOOL m_modified = TRUE;
+    CString m_text;         ///< the text
+    BOOL m_modified = TRUE; ///< see IsModified
 
 private:
     bool StartWalk();

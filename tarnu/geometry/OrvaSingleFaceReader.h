@@ -13,6 +13,7 @@ class TARNU_API OrvaSingleFaceReader : public OrvaFaceReader {
 public:
     /// @param face the face; null is an empty one
     explicit OrvaSingleFaceReader(const OrvaPointArray* face) noexcept;
+    /// Reads a face, which is referenced.
     explicit OrvaSingleFaceReader(const OrvaPointArray& face) noexcept;
     OrvaSingleFaceReader(const OrvaPointArray&&) = delete; // would be gone before it is read
     ~OrvaSingleFaceReader() override;

@@ -12,6 +12,7 @@
 /// Ownership: owns its point.
 class TARNU_API OrvaSinglePointReader : public OrvaPointReader {
 public:
+    /// Delivers the point of these coordinates.
     OrvaSinglePointReader(double x, double y, double z) noexcept;
     ~OrvaSinglePointReader() override;
 

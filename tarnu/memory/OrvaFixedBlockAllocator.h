@@ -27,8 +27,8 @@ class TARNU_API OrvaFixedBlockAllocator {
 public:
     /// A page in the pool.
     struct FreePage {
-        FreePage* previous;
-        FreePage* next;
+        FreePage* previous; ///< null in the first
+        FreePage* next;     ///< null in the last
     };
     /// The start of a page in use; its blocks follow back to back.
     struct PageHeader {
@@ -39,8 +39,8 @@ public:
 #pragma pack(push, 1) // a block starts wherever its size puts it: 100-byte blocks leave the links at 4-byte boundaries
     /// A block in a caller's list.
     struct FreeBlock {
-        FreeBlock* previous;
-        FreeBlock* next;
+        FreeBlock* previous; ///< null in the first
+        FreeBlock* next;     ///< null in the last
     };
 #pragma pack(pop)
     /// The free pages of all groups.
@@ -54,7 +54,7 @@ public:
     static std::uint64_t PageMask;  ///< an address and this mask give its page's start
     static std::uint64_t GroupMask; ///< an address and this mask give its group's start
     static int GroupCount;          ///< groups reserved now
-    static PagePoolState PagePool;
+    static PagePoolState PagePool;  ///< pages of the process
 
     /// Carves one page into blocks and puts them, in ascending address order, in front of the list.
     /// @param head the caller's list
@@ -67,6 +67,7 @@ public:
 
     /// Puts a block at the head of the list it was allocated from. When it was the last one of its page that was in
     /// use, all blocks of that page leave the list and the page goes back to the pool.
+    /// @param head  the caller's list
     /// @param block neither checked for its origin nor for being free already; both corrupt the lists
     static void Free(FreeBlock*& head, void* block) noexcept;
 
@@ -81,6 +82,7 @@ public:
         head = reinterpret_cast<Block*>(list);
         return first != nullptr ? head : nullptr;
     }
+    /// See above.
     template <class Block>
     static void* Allocate(Block*& head) noexcept {
         FreeBlock* list = reinterpret_cast<FreeBlock*>(head);
@@ -88,12 +90,14 @@ public:
         head = reinterpret_cast<Block*>(list);
         return block;
     }
+    /// See above.
     template <class Block>
     static void Free(Block*& head, void* block) noexcept {
         FreeBlock* list = reinterpret_cast<FreeBlock*>(head);
         Free(list, block);
         head = reinterpret_cast<Block*>(list);
     }
+    /// See above.
     template <class Pointer>
     requires std::is_convertible_v<Pointer, void*>
     static Pointer&& Fill(Pointer&& destination, const std::uint64_t& count, const unsigned char& value) noexcept {

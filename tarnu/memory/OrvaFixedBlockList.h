@@ -27,6 +27,7 @@ public:
     OrvaFixedBlockList(const OrvaFixedBlockList&) = delete;
     OrvaFixedBlockList& operator=(const OrvaFixedBlockList&) = delete;
 
+    /// Bytes of a block.
     std::uint64_t GetBlockSize() const noexcept { return m_blockSize; }
 
     /// A block of undefined content, or null when the system has no memory left.

@@ -27,6 +27,8 @@ public:
 
     /// A block of at least @p size bytes (at most maxSize), aligned to 8, or null when the system has no memory left.
     /// Throws std::bad_alloc when the bookkeeping of a size that is new finds none.
+    /// @param size bytes, at most maxSize
+    /// @return the block
     [[nodiscard]] void* TryAllocate(std::size_t size) {
         const std::size_t index = IndexOf(size);
         if (index >= m_lists.size()) m_lists.resize(index + 1);

@@ -25,8 +25,10 @@ class OrvaFixedBlockPool {
 public:
     OrvaFixedBlockPool() noexcept = default;
 
-    /// A new object constructed from the arguments, or null when the system has no memory left. An exception of the
-    /// constructor comes through; its block is free again.
+    /// A new object constructed from the arguments. An exception of the constructor comes through; its block is free
+    /// again.
+    /// @param arguments handed to the constructor
+    /// @return the object, or null when the system has no memory left
     template <class... Arguments>
     [[nodiscard]] T* TryNew(Arguments&&... arguments) {
         void* const block = m_blocks.TryAllocate();

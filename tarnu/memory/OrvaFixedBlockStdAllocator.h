@@ -23,12 +23,17 @@ namespace tarnu {
 template <class T>
 class OrvaFixedBlockStdAllocator {
 public:
+    /// @{
+    /// What the standard asks of an allocator.
     using value_type = T;
     using propagate_on_container_move_assignment = std::true_type;
     using propagate_on_container_swap = std::true_type;
+    /// @}
 
+    /// Allocates from lists, which are referenced.
     OrvaFixedBlockStdAllocator(OrvaFixedBlockLists& lists) noexcept : m_lists(&lists) {} // NOLINT: implicit on purpose
     template <class U>
+    /// The same lists for another type.
     OrvaFixedBlockStdAllocator(const OrvaFixedBlockStdAllocator<U>& other) noexcept // NOLINT: as the standard requires
         : m_lists(&other.GetLists()) {}
 
@@ -39,6 +44,7 @@ public:
         if (block == nullptr) throw std::bad_alloc();
         return static_cast<T*>(block);
     }
+    /// Takes back what allocate gave for the same count.
     void deallocate(T* memory, std::size_t count) noexcept {
         if (FromBlocks(count)) {
             m_lists->Free(memory, sizeof(T));
@@ -47,9 +53,11 @@ public:
         }
     }
 
+    /// The lists that it allocates from.
     OrvaFixedBlockLists& GetLists() const noexcept { return *m_lists; }
 
     template <class U>
+    /// Equal when they share their lists.
     friend bool operator==(const OrvaFixedBlockStdAllocator& left,
                            const OrvaFixedBlockStdAllocator<U>& right) noexcept {
         return &left.GetLists() == &right.GetLists();

@@ -17,7 +17,9 @@ class TARNU_API OrvaHeapGrowthProbe {
 public:
     OrvaHeapGrowthProbe() noexcept;
     ~OrvaHeapGrowthProbe();
+    /// Copies the latest result.
     OrvaHeapGrowthProbe(const OrvaHeapGrowthProbe&) noexcept = default;
+    /// Copies the latest result.
     OrvaHeapGrowthProbe& operator=(const OrvaHeapGrowthProbe&) noexcept = default;
 
     /// Allocates @p count steps, then grows the block step by step, at least once.
@@ -29,12 +31,15 @@ public:
     static std::uint64_t MeasureGrowth(std::uint64_t count, std::uint64_t unitSize, std::uint64_t limit) noexcept;
 
     /// Measures as MeasureGrowth does and keeps the result for the next call.
+    /// @param count,unitSize,limit as for MeasureGrowth
     /// @return the previous result (0 at first) minus the new one; wraps below 0 when more was reached than before
     std::uint64_t MeasureChange(std::uint64_t count, std::uint64_t unitSize, std::uint64_t limit) noexcept;
 
     /// Hooks of checking builds; both do nothing.
+    /// @{
     void CheckingHook(void* block, int number) noexcept;
     void CheckingHook() noexcept;
+    /// @}
 
 private:
     std::uint8_t m_flag;          ///< reserved: read by no operation

@@ -14,7 +14,9 @@ class TARNU_API OrvaCallback {
 public:
     OrvaCallback() noexcept = default;
     virtual ~OrvaCallback();
+    /// Nothing is copied here.
     OrvaCallback(const OrvaCallback&) = default;
+    /// Nothing is copied here.
     OrvaCallback& operator=(const OrvaCallback&) = default;
 
     /// Does the callback's work.

@@ -40,9 +40,9 @@ public:
     /// The same, and takes the message out: it belongs to the caller.
     virtual OrvaServerCode Get(OrvaMessage*& message);
     /// Sends a message to the owning thread. Messages of one poster arrive in their order.
+    /// @param message what to send
     /// @return OrvaServerSuccess; OrvaServerNoMessage for null; OrvaServerOutOfMemory; OrvaServerFailure when the
-    /// owning
-    ///         thread has ended. After a failure the message still belongs to the caller.
+    ///         owning thread has ended. After a failure the message still belongs to the caller.
     virtual OrvaServerCode Post(OrvaMessage* message);
     /// Marks the queue as closed, at once. Messages are still accepted and given out.
     /// @return OrvaServerFailure, always: a fixed value that means nothing

@@ -38,10 +38,12 @@ public:
     virtual OrvaServerCode Start();
     /// Hands a handler to the server. It is watched a moment later. A handler for a handle that is watched already
     /// takes its place; the one before is closed and deleted.
+    /// @param handler what serves the handle
     /// @return OrvaServerSuccess; OrvaServerOutOfMemory; OrvaServerFailure for null and while the thread does not run.
     ///         After a failure the handler still belongs to the caller.
     virtual OrvaServerCode AddHandler(OrvaServerEventHandler* handler);
     /// Asks the server to give a handler back; it does so in the handler's OnRemoved.
+    /// @param handler a handler that was added
     /// @return as AddHandler
     virtual OrvaServerCode RemoveHandler(OrvaServerEventHandler* handler);
     /// Stops the thread and waits for its end: handlers that are signalled at that moment are called once more, then
@@ -53,6 +55,7 @@ public:
 protected:
     /// The thread's body: sets @p started when it runs, serves the handlers until the thread is stopped, closes them.
     /// An override calls this one.
+    /// @param started an event of the starting thread's
     /// @return the thread's exit code, 0
     virtual DWORD Run(HANDLE started);
     /// On the server thread: enters a handler under the handle that it gives now.

@@ -31,6 +31,7 @@ public:
     ~OrvaSubClassWnd() override;
 
     /// Hooks a window; an object that is hooked already leaves its old place first. Null unhooks.
+    /// @param window borrowed
     /// @return TRUE when the object is hooked now; FALSE for null, for a handle that is no window, and for a window
     ///         whose procedure cannot be replaced (another process)
     BOOL SubClass(HWND window) noexcept;
@@ -44,10 +45,13 @@ public:
 
     /// Receives a message of the window. The default passes it on: to the next older subclasser, or to the window's own
     /// procedure behind the oldest. WM_NCDESTROY never arrives here: it goes straight to the window's own procedure.
+    /// @param message,wParam,lParam the message as the window procedure got it
+    /// @return the message's result
     virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
 
     /// Forwards the message that the thread is handling, as the framework has recorded it, to this object's WindowProc.
     /// Within a call of that WindowProc it goes to the rest of the chain instead, whatever override is active.
+    /// @return the message's result
     LRESULT Default();
 
 private:

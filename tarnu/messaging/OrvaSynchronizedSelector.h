@@ -15,8 +15,9 @@
 /// Ownership: handles and handlers are borrowed.
 class TARNU_API OrvaSynchronizedSelector {
 public:
+    /// What the selector keeps of a handle.
     struct HandleRecord {
-        OrvaServerEventHandler* handler;
+        OrvaServerEventHandler* handler; ///< borrowed
     };
 
     OrvaSynchronizedSelector() = default;
@@ -25,11 +26,16 @@ public:
     OrvaSynchronizedSelector& operator=(const OrvaSynchronizedSelector&) = delete;
 
     /// Enters a handle; one that is known gets the new handler.
+    /// @param handle  what to wait on
+    /// @param handler given with the handle by Wait
     /// @return the handler that stood there before, or null
     /// @throws std::bad_alloc with nothing changed
     OrvaServerEventHandler* Add(HANDLE handle, OrvaServerEventHandler* handler);
+    /// Removes a handle.
+    /// @param handle a handle that was added
     /// @return the handler that was removed; null when the handle is not known
     OrvaServerEventHandler* Remove(HANDLE handle) noexcept;
+    /// The handles that are entered, also those that can't be waited on.
     std::size_t GetCount() const noexcept { return m_records.size(); }
     /// Removes any of the handles, and gives it with its handler; false when there is none.
     bool RemoveAny(HANDLE& handle, OrvaServerEventHandler*& handler) noexcept;

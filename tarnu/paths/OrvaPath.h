@@ -60,9 +60,11 @@ public:
     /// The empty path with separator "\\".
     OrvaPath() noexcept;
     /// A copy of a text (null is empty), with the options applied.
+    /// @{
     OrvaPath(const wchar_t* text, unsigned flags = BackslashSeparator);      // NOLINT: implicit on purpose
     OrvaPath(const CString& text, unsigned flags = BackslashSeparator);      // NOLINT: implicit on purpose
     OrvaPath(const std::wstring& text, unsigned flags = BackslashSeparator); // NOLINT: implicit on purpose
+    /// @}
     /// A copy of a path with the options applied; the separator is the one that the flags select.
     OrvaPath(const OrvaPath& other, unsigned flags);
     /// SetToLocation on an empty path, then the options.
@@ -70,17 +72,22 @@ public:
     /// The same for a kind that is kept as a number, as SetToLocation takes it. Only an int is one: a NULL is a text.
     template <std::same_as<int> Kind>
     explicit OrvaPath(Kind kind, unsigned flags = BackslashSeparator) : OrvaPath(static_cast<Location>(kind), flags) {}
+    /// Copies text and separator.
     OrvaPath(const OrvaPath& other) = default;
+    /// Takes over text and separator.
     OrvaPath(OrvaPath&& other) noexcept = default;
     ~OrvaPath() = default;
 
     /// Copies text and separator.
     OrvaPath& operator=(const OrvaPath& other) = default;
+    /// Takes over text and separator.
     OrvaPath& operator=(OrvaPath&& other) noexcept = default;
     /// Replaces the text and keeps the separator. The text may be part of this path.
+    /// @{
     OrvaPath& operator=(const wchar_t* text);
     OrvaPath& operator=(const CString& text);
     OrvaPath& operator=(const std::wstring& text);
+    /// @}
 
     /// Sets the separator, then changes the case, the trailing separator and the form of the text as the flags say.
     void ApplyOptions(unsigned flags);
@@ -92,13 +99,16 @@ public:
     /// The same text as a string object. Where both readings fit (`CString text(path)`, `text = path`), the compiler
     /// wants to be told: write GetText.
     operator const CString&() const noexcept { return m_text; } // NOLINT: implicit on purpose
+    /// The text as a string object.
     const CString& GetText() const noexcept { return m_text; }
     /// The one-character separator text, "\\" or "/".
     const wchar_t* GetSeparator() const noexcept { return m_separator; }
+    /// True when the text is empty up to its terminator.
     bool IsEmpty() const noexcept { return *m_text.GetString() == L'\0'; }
     explicit operator bool() const = delete; // a path is no condition: ask IsEmpty or Exists
 
     /// Compares the texts character by character; separators are not looked at.
+    /// @param other a terminated text
     /// @return negative, 0 or positive
     int Compare(const wchar_t* other) const noexcept;
     /// Compares as the file system does: without regard to case, and "/" like "\\". No file is looked at.
@@ -111,7 +121,7 @@ public:
     /// nothing.
     ///
     /// A double quote ends a component as a separator does (`a"b` becomes `a\b`), and a text that begins with one has
-    /// no leading separator (`"\\server\x"` becomes `server\x`).
+    /// no leading separator (`\\server\x` in quotes becomes `server\x`).
     void Normalize();
     /// Sets the separator to "/" and normalises.
     void NormalizeSlash();
@@ -134,41 +144,52 @@ public:
 
     /// This path with @p right appended, both normalised with this path's separator and one separator between them.
     /// Leading separators of @p right are dropped. An empty left gives the right part, an empty right the left part. A
+    /// @param right the part to append; null counts as empty
     /// drive in @p right gets no special treatment.
+    /// @{
+    /// @return the joined path
     OrvaPath Join(const OrvaPath& right) const;
     OrvaPath Join(const CString& right) const;
     OrvaPath Join(const wchar_t* right) const;
     OrvaPath operator/(const OrvaPath& right) const { return Join(right); }
     OrvaPath operator/(const CString& right) const { return Join(right); }
     OrvaPath operator/(const wchar_t* right) const { return Join(right); }
+    /// @}
     /// Turns this path into the joined one.
+    /// @param right the part to append; null counts as empty
     /// @return a copy of the result
+    /// @{
     OrvaPath JoinInPlace(const OrvaPath& right);
     OrvaPath JoinInPlace(const CString& right);
     OrvaPath JoinInPlace(const wchar_t* right);
     OrvaPath operator/=(const OrvaPath& right) { return JoinInPlace(right); }
     OrvaPath operator/=(const CString& right) { return JoinInPlace(right); }
     OrvaPath operator/=(const wchar_t* right) { return JoinInPlace(right); }
+    /// @}
 
     // Parts
 
     /// Splits the text as the runtime's _wsplitpath does, without its length limits: `C:`, `\dir\`, `name`, `.ext`.
     /// Each part gets this path's separator.
+    /// @param drive,directory,name,extension receive the parts; emptied where there is none
     void SplitPathRaw(OrvaPath& drive, OrvaPath& directory, OrvaPath& name, OrvaPath& extension) const;
     /// As SplitPathRaw, with server and share of a UNC path as the drive: `\\server\share\`, `dir\`, `name`, `.ext`.
     void SplitPath(OrvaPath& drive, OrvaPath& directory, OrvaPath& name, OrvaPath& extension) const;
     /// Single parts as SplitPath gives them.
+    /// @{
     OrvaPath GetDrive() const;
     OrvaPath GetDirectory() const;
     OrvaPath GetName() const;
     OrvaPath GetExtension() const;
-    /// Drive and directory, joined and normalised. A path relative to a drive's current directory (`C:dir\x`) stays
-    /// one.
+    /// @}
+    /// Drive and directory, joined and normalised.
+    /// @return for a path relative to a drive's current directory (`C:dir\x`) again one
     OrvaPath GetDriveAndDirectory() const;
     /// Name and extension: `name.ext`.
     OrvaPath GetNameAndExtension() const;
     /// Replaces the extension and normalises. The point before @p extension is optional; an empty or null one leaves
     /// the name ending in ".".
+    /// @param extension `txt` or `.txt`
     void ChangeExtension(const wchar_t* extension);
     /// Fills @p components, emptied first, with the drive (or server and share), each directory, and the name with its
     /// extension, as far as there are such.
@@ -187,19 +208,22 @@ public:
 
     // Relative and absolute paths
 
-    /// This path relative to the directory part of @p base: `..\other\x.txt`, `.\x.txt`. A base that is meant as a
-    /// directory must end in a separator. Case is ignored.
+    /// This path relative to the directory part of @p base. It is `..\other\x.txt` or `.\x.txt`, for example. A base
+    /// that is meant as a directory must end in a separator. Case is ignored.
+    /// @param base a file, or a directory with a trailing separator
     /// @return an empty path when there is no relative path (other drive) or when base, path or result need more than
-    /// 260
-    ///         characters with the terminator
+    ///         260 characters with the terminator
     OrvaPath GetRelativeTo(OrvaPath base) const;
     /// How many levels this path lies below the directory @p base: 1 for an entry of base itself. Case is ignored.
+    /// @param base a directory, with a trailing separator or without
     /// @return 0 when it does not lie below, is base itself, or one of them has 260 or more characters
     int GetDepthBelow(const OrvaPath& base) const;
     /// The system's PathCombineW of two paths: the right one when it is absolute, otherwise both; "." and ".."
     /// resolved.
     /// @param out receives the text, empty when the combination fails or needs more than 260 characters with the
     ///        terminator; keeps its separator
+    /// @param left  the base
+    /// @param right what is combined with it
     static void Combine(OrvaPath& out, const CString& left, const OrvaPath& right);
     /// Resolves this path against a base.
     /// @param base         the directory to start from
@@ -223,17 +247,22 @@ public:
     void SetToLocation(int kind);
     /// The file name of a module, normalised.
     /// @param module borrowed; null is the running executable
+    /// @return true on success
     bool GetModuleFileName(HMODULE module);
     /// The four directory getters take the system's answer as it is, without normalising. The stored length
     /// (GetText().GetLength()) is one more than the text's: it counts the terminator. An answer that needs more than
     /// 260 characters clears the text and fails.
+    /// @{
+    /// @return true on success
     bool GetSystemDirectory();
     bool GetWindowsDirectory();
     bool GetTempPath();
     bool GetCurrentDirectory();
+    /// @}
     /// A shell folder, normalised.
     /// @param folder a CSIDL_… value
     /// @param token  access token of a user, borrowed; null is the calling user
+    /// @return true on success
     bool GetFolderPath(int folder, HANDLE token);
 
 private:
@@ -248,6 +277,8 @@ private:
 
 // Comparison of the texts, as OrvaPath::Compare.
 
+/// @{
+/// Compares the texts, as OrvaPath::Compare.
 inline bool operator==(const OrvaPath& left, const OrvaPath& right) noexcept {
     return left.Compare(right) == 0;
 }
@@ -257,6 +288,9 @@ inline bool operator==(const OrvaPath& left, const CString& right) noexcept {
 inline bool operator==(const OrvaPath& left, const wchar_t* right) noexcept {
     return left.Compare(right) == 0;
 }
+/// @}
+/// @{
+/// Orders by the texts, as OrvaPath::Compare.
 inline std::strong_ordering operator<=>(const OrvaPath& left, const OrvaPath& right) noexcept {
     return left.Compare(right) <=> 0;
 }
@@ -266,5 +300,6 @@ inline std::strong_ordering operator<=>(const OrvaPath& left, const CString& rig
 inline std::strong_ordering operator<=>(const OrvaPath& left, const wchar_t* right) noexcept {
     return left.Compare(right) <=> 0;
 }
+/// @}
 
 #endif // TARNU_PATHS_ORVAPATH_H

@@ -31,6 +31,7 @@ TARNU_API bool OrvaNextToken(const wchar_t*& cursor, const wchar_t* delimiters, 
 /// empty tokens.
 /// @param separator matched as a whole and by case; an empty one is never found
 /// @param list in: the list; out: what follows the separator, or nothing when there was none
+/// @return the token
 TARNU_API CString OrvaPopToken(const CString& separator, CString& list);
 
 /// OrvaPopToken with the separator `,`.
@@ -68,13 +69,18 @@ TARNU_API CString OrvaToLower(const CString& text);
 /// The text with a capital at its start and behind every digit and white space, small letters elsewhere.
 ///
 /// The last character of a text of two or more stays as it was: `abc def` becomes `Abc Def`, `hELLO` becomes `HellO`.
+/// @param text any text
+/// @return the changed copy
 TARNU_API CString OrvaToTitleCase(const CString& text);
 
 // Numbers
 
-/// The value in fixed notation, exactly as the printf format `%.*f` gives it: 2.5 with 3 decimals is `2.500`.
+/// The value in fixed notation: 2.5 with 3 decimals is `2.500`.
 ///
+/// It is exactly what the printf format `%.*f` gives.
+/// @param value any double
 /// @param decimals digits behind the point; a negative number counts as 6
+/// @return the text
 TARNU_API CString OrvaFormatDouble(double value, int decimals);
 
 /// Reads a whole text as a number (wcstod: leading white space, sign, digits, exponent).
@@ -85,11 +91,12 @@ TARNU_API CString OrvaFormatDouble(double value, int decimals);
 /// number too far below zero (`-1e999`) gives -HUGE_VAL and true
 TARNU_API bool OrvaParseDouble(const CString& text, double& value);
 
-/// True when the text is not empty and consists of `0` and `.` only: `0.000`, but also `.`.
+/// True when the text is not empty and consists of zeros and points only. `0.000` is one, but also `.`.
 TARNU_API bool OrvaIsZeroText(const CString& text);
 
-/// True when every character is one of `0` to `9`, `-` and `.`, in whatever order: true for the empty text and `-.-`.
+/// True when every character is a digit from 0 to 9, a minus or a point, in whatever order.
 ///
+/// So it is for the empty text and for `-.-`.
 /// @param text null gives false
 TARNU_API bool OrvaIsNumber(const wchar_t* text);
 
@@ -97,6 +104,7 @@ TARNU_API bool OrvaIsNumber(const wchar_t* text);
 
 /// Trims a caption and ends it in a colon and a blank: `Name` and `Name:` become `Name: `; an empty one stays empty.
 ///
+/// @param text in: the caption; out: the label
 /// @param leadingNewline whether the label starts on a new line (`\n` in front)
 TARNU_API void OrvaMakeLabel(CString& text, bool leadingNewline);
 
@@ -104,6 +112,7 @@ TARNU_API void OrvaMakeLabel(CString& text, bool leadingNewline);
 ///
 /// Quotes inside are counted: when they are not paired, a text without a quote in front gets one there and, unless it
 /// ends in one, two behind; a text with a quote in front stays as it is. An empty text becomes a pair of quotes.
+/// @param text in: any text; out: the quoted one
 TARNU_API void OrvaQuote(CString& text);
 
 /// A copy of a text with an escape in front of each occurrence of a target that does not have one yet, in linear time.
@@ -113,6 +122,8 @@ TARNU_API void OrvaQuote(CString& text);
 /// `\x\"` becomes `\x\\"`.
 /// @param target what to escape; when it or @p escape is empty the text is returned unchanged
 /// @param escape what to put in front
+/// @param text what to copy
+/// @return the copy
 TARNU_API CString OrvaEscapeEach(const CString& target, const CString& escape, const CString& text);
 
 // Natural order
@@ -141,6 +152,7 @@ TARNU_API CString OrvaGuidToString(REFCLSID id);
 
 /// Shows the system's text for an error code in a box without owner and caption, with OK and Cancel (DllMessageBox).
 ///
+/// @param code a Win32 error code or an HRESULT
 /// @return the box's result: IDOK, IDCANCEL, or 0 when no box could be shown
 TARNU_API int OrvaShowSystemError(DWORD code);
 

@@ -28,9 +28,9 @@
 /// @endcode
 class TARNU_API OrvaXml {
 public:
-    using DocumentPointer = Microsoft::WRL::ComPtr<IXMLDOMDocument>;
-    using ElementPointer = Microsoft::WRL::ComPtr<IXMLDOMElement>;
-    using NodePointer = Microsoft::WRL::ComPtr<IXMLDOMNode>;
+    using DocumentPointer = Microsoft::WRL::ComPtr<IXMLDOMDocument>; ///< a counted reference to a document
+    using ElementPointer = Microsoft::WRL::ComPtr<IXMLDOMElement>;   ///< a counted reference to an element
+    using NodePointer = Microsoft::WRL::ComPtr<IXMLDOMNode>;         ///< a counted reference to a node
 
     /// Called for each node of a walk.
     /// @param name      the node's name ("#document", "#text", an element's or attribute's own)
@@ -52,6 +52,7 @@ public:
 
     // Document
 
+    /// The path that Load reads.
     CString GetPath() const { return m_path; }
     /// A new reference to the document.
     DocumentPointer GetDocument() const { return m_document; }
@@ -70,10 +71,13 @@ public:
     HRESULT Load(const CString& path, bool asynchronous, bool fromStream, bool ownFileStream) noexcept;
 
     /// Saves the document to a file.
+    /// @param path file path or URL
     /// @return the document's own result; 0 without any effect for an empty path, E_FAIL without a document
     HRESULT Save(const CString& path) const noexcept;
 
     /// Visits every node depth first, beginning with the document itself: the node, its attributes, its children.
+    /// @param callback called for each node; null ends the walk at once
+    /// @param userData handed to the callback
     /// @return true when the walk ran to its end, also without a callback or a document; false when a callback stopped
     ///         it or memory ran out
     bool Walk(WalkCallback callback, void* userData) const;
@@ -95,6 +99,7 @@ public:
     // Documents
 
     /// Serialises a document as the DOM's own persistence does.
+    /// @param document what to save
     /// @param buffer  receives a block of CoTaskMemAlloc, which the caller frees with CoTaskMemFree; never null after a
     ///                success, null after a failure
     /// @param size    receives the number of bytes
@@ -102,10 +107,14 @@ public:
     static HRESULT SaveToBuffer(IXMLDOMDocument* document, void** buffer, UINT* size) noexcept;
 
     /// Appends the root element "LandXML" with its eight attributes (namespaces, version, date and time of now, flags).
+    /// @param document an empty document
     /// @return the element; empty when it could not be created and appended
     static ElementPointer CreateLandXMLRoot(IXMLDOMDocument* document);
     /// The root element when its name is "LandXML", else empty.
     static ElementPointer GetLandXMLRoot(IXMLDOMDocument* document);
+    /// @param document what creates the element
+    /// @param parent   borrowed; null for the document
+    /// @param name     the element's name
 
     /// Creates an element and appends it to @p parent, or to the document itself when @p parent is null.
     /// @return the appended node; empty on failure
@@ -116,27 +125,36 @@ public:
     // The value of the attribute, converted as the user's locale has it; the default ("", false, 0, 0.0) when the
     // element is null, the attribute missing or the value of another kind.
 
+    /// @{
+    /// The value of an attribute. @return the default where there is none
     static CString GetString(IXMLDOMElement* element, const CString& name);
     static bool GetBool(IXMLDOMElement* element, const CString& name) noexcept;
     static std::int16_t GetInt16(IXMLDOMElement* element, const CString& name) noexcept;
     static std::int32_t GetInt32(IXMLDOMElement* element, const CString& name) noexcept;
     static std::int64_t GetInt64(IXMLDOMElement* element, const CString& name) noexcept;
     static std::uint32_t GetUInt32(IXMLDOMElement* element, const CString& name) noexcept;
+    /// @}
     /// Reads with "." as decimal and "," as thousands separator: for the time of the conversion these are the user's
     /// settings, which other processes see too. They are restored before the return. TryGetDouble leaves them alone.
+    /// @param element,name the attribute
+    /// @return the number; 0 where there is none
     static double GetDouble(IXMLDOMElement* element, const CString& name) noexcept;
 
     // Attributes: setters
     //
     // Set the attribute, creating it where it is absent. The result is the DOM's own; E_POINTER for a null element.
 
+    /// Stores a text.
     static HRESULT SetString(IXMLDOMElement* element, const CString& name, const CString& value) noexcept;
     /// Stores what the DOM makes of a boolean: "-1" or "0".
     static HRESULT SetBool(IXMLDOMElement* element, const CString& name, bool value) noexcept;
+    /// @{
+    /// Stores a number in decimal digits.
     static HRESULT SetInt16(IXMLDOMElement* element, const CString& name, std::int16_t value) noexcept;
     static HRESULT SetInt32(IXMLDOMElement* element, const CString& name, std::int32_t value) noexcept;
     static HRESULT SetInt64(IXMLDOMElement* element, const CString& name, std::int64_t value) noexcept;
     static HRESULT SetUInt32(IXMLDOMElement* element, const CString& name, std::uint32_t value) noexcept;
+    /// @}
     /// Stores the number with the user's decimal separator and some 15 digits. SetXmlDouble stores the XML form.
     static HRESULT SetDouble(IXMLDOMElement* element, const CString& name, double value) noexcept;
 
@@ -144,12 +162,15 @@ public:
     //
     // True when the attribute is there and converts to the type; @p value is untouched otherwise.
 
+    /// @{
+    /// Reads an attribute. @return whether it is there and converts
     static bool TryGetString(IXMLDOMElement* element, const CString& name, CString& value);
     static bool TryGetBool(IXMLDOMElement* element, const CString& name, bool& value) noexcept;
     static bool TryGetInt16(IXMLDOMElement* element, const CString& name, std::int16_t& value) noexcept;
     static bool TryGetInt32(IXMLDOMElement* element, const CString& name, std::int32_t& value) noexcept;
     static bool TryGetInt64(IXMLDOMElement* element, const CString& name, std::int64_t& value) noexcept;
     static bool TryGetUInt32(IXMLDOMElement* element, const CString& name, std::uint32_t& value) noexcept;
+    /// @}
     /// Reads the XML form of a double ("1.5", "1e3", "INF"), whatever the user's locale is.
     static bool TryGetDouble(IXMLDOMElement* element, const CString& name, double& value) noexcept;
     /// Stores the shortest XML form that reads back as the same double, whatever the user's locale is.

@@ -10,12 +10,13 @@
 /// `catch (CException* error) { error->Delete(); }`. One thread at a time.
 class TARNU_API CException : public CObject {
 public:
-    static const CRuntimeClass classCException;
+    static const CRuntimeClass classCException; ///< the run-time class
 
     CException() noexcept = default;
     /// @p autoDelete: Delete frees the object (the default), or leaves it (objects on the stack).
     explicit CException(BOOL autoDelete) noexcept : m_autoDelete(autoDelete) {}
     ~CException() override;
+    /// The run-time class of the object.
     CRuntimeClass* GetRuntimeClass() const override;
 
     /// Ends the life of a caught exception.
@@ -54,8 +55,9 @@ public:
     explicit CFileException(int cause = none, LONG osError = -1, const wchar_t* fileName = nullptr)
         : m_cause(cause), m_lOsError(osError), m_strFileName(fileName) {}
 
-    static const CRuntimeClass classCFileException;
+    static const CRuntimeClass classCFileException; ///< the run-time class
     ~CFileException() override;
+    /// The run-time class of the object.
     CRuntimeClass* GetRuntimeClass() const override;
     BOOL GetErrorMessage(wchar_t* text, UINT maxLength, UINT* helpContext = nullptr) const override;
 
@@ -64,9 +66,9 @@ public:
     /// Throws a CFileException* for a Win32 error code.
     [[noreturn]] static void ThrowOsError(LONG osError, const wchar_t* fileName = nullptr);
 
-    int m_cause;
-    LONG m_lOsError;
-    CString m_strFileName;
+    int m_cause;           ///< one of the causes above
+    LONG m_lOsError;       ///< Win32 error code; -1 when there is none
+    CString m_strFileName; ///< the file concerned; may be empty
 };
 
 /// Throws a CFileException*; the catcher ends its life with Delete.

@@ -21,42 +21,55 @@ using POSITION = __POSITION*;
 template <class TYPE, class ARG_TYPE = const TYPE&>
 class CList : public CObject {
 public:
+    /// An empty list whose nodes are allocated in blocks of @p blockSize.
     explicit CList(INT_PTR blockSize = 10) noexcept : m_blockSize(blockSize > 0 ? blockSize : 1) {}
     ~CList() override { RemoveAll(); }
 
+    /// The number of elements.
     INT_PTR GetCount() const noexcept { return m_count; }
+    /// The same.
     INT_PTR GetSize() const noexcept { return m_count; }
+    /// True without elements.
     BOOL IsEmpty() const noexcept { return m_count == 0; }
 
+    /// The first element; the list must not be empty.
     TYPE& GetHead() noexcept { return m_head->value; }
+    /// The same.
     const TYPE& GetHead() const noexcept { return m_head->value; }
+    /// The last element; the list must not be empty.
     TYPE& GetTail() noexcept { return m_tail->value; }
+    /// The same.
     const TYPE& GetTail() const noexcept { return m_tail->value; }
 
-    /// Both remove the element and return it; the list must not be empty.
+    /// Removes the first element and returns it; the list must not be empty.
     TYPE RemoveHead() {
         TYPE value = std::move(m_head->value);
         Unlink(m_head);
         return value;
     }
+    /// Removes the last element and returns it; the list must not be empty.
     TYPE RemoveTail() {
         TYPE value = std::move(m_tail->value);
         Unlink(m_tail);
         return value;
     }
+    /// Puts a copy in front of all elements; returns its position.
     POSITION AddHead(ARG_TYPE value) { return ToPosition(Link(NewNode(value), nullptr, m_head)); }
+    /// Puts a copy behind all elements; returns its position.
     POSITION AddTail(ARG_TYPE value) { return ToPosition(Link(NewNode(value), m_tail, nullptr)); }
-    /// Appends or prepends copies of all elements of another list, or of this one, keeping their order.
+    /// Appends copies of all elements of another list, or of this one, keeping their order.
     void AddTail(CList* other) {
         POSITION position = other->GetHeadPosition();
         for (INT_PTR count = other->GetCount(); count > 0; --count)
             AddTail(other->GetNext(position));
     }
+    /// The same in front of all elements.
     void AddHead(CList* other) {
         POSITION position = other->GetTailPosition();
         for (INT_PTR count = other->GetCount(); count > 0; --count)
             AddHead(other->GetPrev(position));
     }
+    /// Destroys all elements and frees their blocks.
     void RemoveAll() noexcept {
         while (m_head != nullptr) {
             Node* node = m_head;
@@ -73,24 +86,34 @@ public:
         }
     }
 
+    /// The position of the first element; null without any.
     POSITION GetHeadPosition() const noexcept { return ToPosition(m_head); }
+    /// The position of the last element; null without any.
     POSITION GetTailPosition() const noexcept { return ToPosition(m_tail); }
-    /// Return the element at the position and move the position on.
+    /// The element at the position, which moves on.
     TYPE& GetNext(POSITION& position) noexcept { return Step(position, &Node::next)->value; }
+    /// The same.
     const TYPE& GetNext(POSITION& position) const noexcept { return Step(position, &Node::next)->value; }
+    /// The element at the position, which moves back.
     TYPE& GetPrev(POSITION& position) noexcept { return Step(position, &Node::previous)->value; }
+    /// The same.
     const TYPE& GetPrev(POSITION& position) const noexcept { return Step(position, &Node::previous)->value; }
 
+    /// The element at a position, which must not be null.
     TYPE& GetAt(POSITION position) noexcept { return ToNode(position)->value; }
+    /// The same.
     const TYPE& GetAt(POSITION position) const noexcept { return ToNode(position)->value; }
+    /// Assigns to the element at a position.
     void SetAt(POSITION position, ARG_TYPE value) { ToNode(position)->value = value; }
+    /// Removes the element at a position.
     void RemoveAt(POSITION position) noexcept { Unlink(ToNode(position)); }
-    /// A null position inserts at the head (before) or at the tail (after).
+    /// Puts a copy in front of a position, or of all elements when that is null; returns the copy's position.
     POSITION InsertBefore(POSITION position, ARG_TYPE value) {
         if (position == nullptr) return AddHead(value);
         Node* next = ToNode(position);
         return ToPosition(Link(NewNode(value), next->previous, next));
     }
+    /// Puts a copy behind a position, or behind all elements when that is null; returns the copy's position.
     POSITION InsertAfter(POSITION position, ARG_TYPE value) {
         if (position == nullptr) return AddTail(value);
         Node* previous = ToNode(position);

@@ -12,8 +12,8 @@ class CObject;
 /// Run-time information about one CObject class: its name, its size in bytes and its base class.
 /// One constant instance exists per class; DECLARE_DYNAMIC and IMPLEMENT_DYNAMIC make it.
 struct CRuntimeClass {
-    const char* m_lpszClassName;
-    int m_nObjectSize;
+    const char* m_lpszClassName;       ///< as written in the source
+    int m_nObjectSize;                 ///< in bytes
     const CRuntimeClass* m_pBaseClass; ///< null for CObject
 
     /// True when this class is @p base or derives from it.
@@ -28,14 +28,17 @@ struct CRuntimeClass {
 /// Base of the framework's polymorphic classes. Not copyable; derived classes that are values say so themselves.
 class TARNU_API CObject {
 public:
-    static const CRuntimeClass classCObject;
+    static const CRuntimeClass classCObject; ///< the run-time class
 
+    /// The run-time class of the object.
     virtual CRuntimeClass* GetRuntimeClass() const;
     virtual ~CObject();
     /// Archives are not part of this subset: does nothing.
+    /// @{
     virtual void Serialize(CArchive& archive);
     virtual void AssertValid() const;
     virtual void Dump(CDumpContext& context) const;
+    /// @}
 
     CObject(const CObject&) = delete;
     CObject& operator=(const CObject&) = delete;

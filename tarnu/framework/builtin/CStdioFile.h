@@ -12,7 +12,7 @@
 /// the runtime's append mode: existing contents stay and every write goes to the end.
 class TARNU_API CStdioFile : public CFile {
 public:
-    static const CRuntimeClass classCStdioFile;
+    static const CRuntimeClass classCStdioFile; ///< the run-time class
 
     CStdioFile() noexcept;
     /// Attaches an open stream, which stays its creator's to close.
@@ -20,9 +20,12 @@ public:
     /// Opens a file; throws a CFileException* when that fails.
     CStdioFile(const wchar_t* fileName, UINT openFlags);
     ~CStdioFile() override;
+    /// The run-time class of the object.
     CRuntimeClass* GetRuntimeClass() const override;
 
     BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr) override;
+    /// @{
+    /// As in CFile, through the stream's buffer.
     UINT Read(void* buffer, UINT count) override;
     void Write(const void* buffer, UINT count) override;
     ULONGLONG Seek(LONGLONG offset, UINT from) override;
@@ -33,6 +36,7 @@ public:
     void Close() override;
     void Abort() noexcept override;
 
+    /// @}
     /// Writes a text without its terminator; throws a CFileException* when that fails.
     virtual void WriteString(const wchar_t* text);
     /// Reads up to @p maxLength - 1 characters with the line feed; null at the end of the file.
@@ -40,7 +44,7 @@ public:
     /// Reads one line of any length without its line feed; false, with an empty @p line, at the end of the file.
     virtual BOOL ReadString(CString& line);
 
-    FILE* m_pStream = nullptr;
+    FILE* m_pStream = nullptr; ///< null while no file is open
 
 private:
     /// Throws when no stream is open.

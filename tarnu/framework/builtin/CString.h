@@ -31,12 +31,17 @@ concept ReadableAsCString = requires(const T& value) {
 /// text up to its first NUL; cutting, copying, appending and replacing work on the whole length.
 class CString {
 public:
+    /// @{
+    /// The framework's names for the character and text types.
     using XCHAR = wchar_t;
     using PXSTR = wchar_t*;
     using PCXSTR = const wchar_t*;
+    /// @}
 
     CString() noexcept : m_text(Nil()) {}
+    /// Shares the text.
     CString(const CString& other) noexcept : m_text(Share(other.m_text)) {}
+    /// Takes over the text; @p other is empty then.
     CString(CString&& other) noexcept : m_text(other.m_text) { other.m_text = Nil(); }
     /// A copy of a terminated text; null gives the empty string.
     CString(const wchar_t* text) : m_text(Nil()) { SetString(text); } // NOLINT: implicit as documented
@@ -46,12 +51,15 @@ public:
     TARNU_API explicit CString(wchar_t character, int repeat = 1);
     /// A text in the ANSI code page.
     TARNU_API explicit CString(const char* text);
+    /// A text of @p length bytes in the ANSI code page.
     TARNU_API CString(const char* text, int length);
     /// Shares the text of a value that can be read as a CString.
     template <ReadableAsCString T>
     explicit CString(const T& value) noexcept : CString(value.operator const CString&()) {}
     ~CString() { ReleaseData(m_text); }
 
+    /// @{
+    /// Replaces the text, as the constructor from the same type does.
     CString& operator=(const CString& other) noexcept {
         wchar_t* shared = Share(other.m_text);
         ReleaseData(m_text);
@@ -81,14 +89,24 @@ public:
         return *this = value.operator const CString&();
     }
 
+    /// @}
     // Reading
 
+    /// The length.
     int GetLength() const noexcept { return Head(m_text)->length; }
+    /// True when the length is 0.
     bool IsEmpty() const noexcept { return GetLength() == 0; }
+    /// @{
+    /// The terminated text, valid until the next operation that changes it.
     operator const wchar_t*() const noexcept { return m_text; } // NOLINT: implicit as documented
     const wchar_t* GetString() const noexcept { return m_text; }
+    /// @}
+    /// @{
+    /// The character at an index, which is not checked; the terminator stands at the length.
     wchar_t GetAt(int index) const noexcept { return m_text[index]; }
     wchar_t operator[](int index) const noexcept { return m_text[index]; }
+    /// @}
+    /// How long the text may become before the buffer is replaced.
     int GetAllocLength() const noexcept { return Head(m_text)->capacity; }
 
     // Writing through the buffer
@@ -102,16 +120,21 @@ public:
     TARNU_API wchar_t* GetBufferSetLength(int length);
     /// Ends the use of the buffer. The length becomes @p newLength, whatever the buffer holds; -1 measures the text.
     TARNU_API void ReleaseBuffer(int newLength = -1);
+    /// As ReleaseBuffer.
     void ReleaseBufferSetLength(int newLength) { ReleaseBuffer(newLength); }
     /// Shortens the text to @p newLength characters; a longer or equal length changes nothing.
     TARNU_API void Truncate(int newLength);
     /// Makes room for @p length characters.
     TARNU_API void Preallocate(int length);
+    /// Gives back the room behind the text.
     TARNU_API void FreeExtra();
     /// Replaces the character at @p index, which must lie inside the text.
     TARNU_API void SetAt(int index, wchar_t character);
+    /// Replaces the text; null empties it.
     TARNU_API void SetString(const wchar_t* text);
+    /// Replaces the text by @p length characters; null empties it.
     TARNU_API void SetString(const wchar_t* text, int length);
+    /// Makes the text empty.
     void Empty() noexcept {
         ReleaseData(m_text);
         m_text = Nil();
@@ -119,6 +142,8 @@ public:
 
     // Appending and formatting
 
+    /// @{
+    /// Appends.
     TARNU_API void Append(const wchar_t* text, int length);
     TARNU_API void Append(const wchar_t* text);
     void Append(const CString& text) { Append(text.m_text, text.GetLength()); }
@@ -143,35 +168,51 @@ public:
     CString& operator+=(const T& value) {
         return *this += value.operator const CString&();
     }
+    /// @}
     /// Formats by the wide printf rules of the Windows runtime (%s is wide, %S narrow). Texts are passed as
+    /// @{
     /// `const wchar_t*`, so a CString argument is written with GetString(). A null format, or an argument that the
     /// runtime cannot convert, throws std::invalid_argument.
     TARNU_API void __cdecl Format(const wchar_t* format, ...);
     TARNU_API void FormatV(const wchar_t* format, va_list arguments);
     TARNU_API void __cdecl AppendFormat(const wchar_t* format, ...);
     TARNU_API void AppendFormatV(const wchar_t* format, va_list arguments);
+    /// @}
 
     // Comparing
 
+    /// @{
+    /// Negative, 0 or positive; by code units, without regard to case, or in the order of the runtime's locale.
     int Compare(const wchar_t* other) const noexcept { return std::wcscmp(m_text, other); }
     TARNU_API int CompareNoCase(const wchar_t* other) const noexcept;
     TARNU_API int Collate(const wchar_t* other) const noexcept;
     TARNU_API int CollateNoCase(const wchar_t* other) const noexcept;
+    /// @}
 
     // Searching: zero-based positions, -1 when nothing was found
 
+    /// The first occurrence of a text from @p start on.
     TARNU_API int Find(const wchar_t* text, int start = 0) const noexcept;
+    /// The first occurrence of a character from @p start on.
     TARNU_API int Find(wchar_t character, int start = 0) const noexcept;
+    /// The last occurrence of a character.
     TARNU_API int ReverseFind(wchar_t character) const noexcept;
+    /// The first character that is one of @p set.
     TARNU_API int FindOneOf(const wchar_t* set) const noexcept;
 
     // Parts; counts and positions are clipped to the text
 
+    /// The first @p count characters.
     TARNU_API CString Left(int count) const;
+    /// The last @p count characters.
     TARNU_API CString Right(int count) const;
+    /// What stands from @p first on.
     TARNU_API CString Mid(int first) const;
+    /// Up to @p count characters from @p first on.
     TARNU_API CString Mid(int first, int count) const;
+    /// The characters before the first that is not one of @p set.
     TARNU_API CString SpanIncluding(const wchar_t* set) const;
+    /// The characters before the first that is one of @p set.
     TARNU_API CString SpanExcluding(const wchar_t* set) const;
     /// The next token of the text that stands between characters of @p delimiters; @p position (0 for the first call)
     /// moves behind the token's delimiter and becomes -1, with an empty result, when no token is left.
@@ -179,27 +220,43 @@ public:
 
     // Changing in place
 
+    /// To upper case.
     TARNU_API CString& MakeUpper();
+    /// To lower case.
     TARNU_API CString& MakeLower();
+    /// Turns the order of the characters round.
     TARNU_API CString& MakeReverse();
+    /// @{
+    /// Removes white space, or the characters given, from both ends.
     TARNU_API CString& Trim();
     TARNU_API CString& Trim(wchar_t character);
     TARNU_API CString& Trim(const wchar_t* set);
+    /// @}
+    /// @{
+    /// Removes white space, or the characters given, from the beginning.
     TARNU_API CString& TrimLeft();
     TARNU_API CString& TrimLeft(wchar_t character);
     TARNU_API CString& TrimLeft(const wchar_t* set);
+    /// @}
+    /// @{
+    /// Removes white space, or the characters given, from the end.
     TARNU_API CString& TrimRight();
     TARNU_API CString& TrimRight(wchar_t character);
     TARNU_API CString& TrimRight(const wchar_t* set);
+    /// @}
+    /// @{
     /// Both return the number of replacements. The second replaces from left to right and does not look into what it
     /// has inserted; an empty @p oldText replaces nothing, a null @p newText deletes.
     TARNU_API int Replace(wchar_t oldCharacter, wchar_t newCharacter);
     TARNU_API int Replace(const wchar_t* oldText, const wchar_t* newText);
+    /// @}
     /// Removes every occurrence. @return the number of characters removed
     TARNU_API int Remove(wchar_t character);
+    /// @{
     /// Both insert before @p index, which is clipped to the text. @return the new length
     TARNU_API int Insert(int index, wchar_t character);
     TARNU_API int Insert(int index, const wchar_t* text);
+    /// @}
     /// Deletes up to @p count characters from @p index on; both are clipped to the text. @return the new length
     TARNU_API int Delete(int index, int count = 1);
 
@@ -254,6 +311,8 @@ private:
     wchar_t* m_text;
 };
 
+/// @{
+/// The texts joined.
 inline CString operator+(const CString& left, const CString& right) {
     CString result;
     result.Preallocate(left.GetLength() + right.GetLength());
@@ -295,7 +354,10 @@ template <ReadableAsCString T, ReadableAsCString U>
 CString operator+(const T& left, const U& right) {
     return left.operator const CString&() + right.operator const CString&();
 }
+/// @}
 
+/// @{
+/// Compare.
 inline bool operator==(const CString& left, const CString& right) noexcept {
     return left.Compare(right) == 0;
 }
@@ -350,5 +412,6 @@ inline bool operator>=(const CString& left, const wchar_t* right) noexcept {
 inline bool operator>=(const wchar_t* left, const CString& right) noexcept {
     return right.Compare(left) <= 0;
 }
+/// @}
 
 #endif // TARNU_FRAMEWORK_BUILTIN_CSTRING_H

@@ -9,9 +9,11 @@
 /// A list of CString; every operation of CList, and elements given as plain texts.
 class TARNU_API CStringList : public CList<CString, const CString&> {
 public:
+    /// An empty list whose nodes are allocated in blocks.
     explicit CStringList(INT_PTR blockSize = 10) noexcept : CList(blockSize) {}
 
-    static const CRuntimeClass classCStringList;
+    static const CRuntimeClass classCStringList; ///< the run-time class
+    /// The run-time class of the object.
     CRuntimeClass* GetRuntimeClass() const override;
 };
 
