@@ -1,0 +1,327 @@
+#include "faults/FaultDriver.h"
+
+#include "tarnu/support/Owners.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <gtest/gtest.h>
+#include <set>
+#include <sstream>
+#include <winternl.h>
+
+namespace tarnu::test::faults {
+namespace {
+
+/// What the run adds up to, for the summary.
+struct Totals {
+    unsigned scenarios = 0;
+    unsigned long long runs = 0;
+    unsigned long long faults = 0;
+};
+Totals totals;
+
+/// Names the run at hand, for a crash that leaves no other trace.
+char currentRun[256] = "none";
+
+LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
+    const auto base = reinterpret_cast<ULONGLONG>(::GetModuleHandleW(L"TarnuWin32Utils.dll"));
+    std::fprintf(stderr, "crash 0x%08lx at library +0x%llx in: %s\n", exception->ExceptionRecord->ExceptionCode,
+                 reinterpret_cast<ULONGLONG>(exception->ExceptionRecord->ExceptionAddress) - base, currentRun);
+    std::fflush(stderr);
+    ::TerminateProcess(::GetCurrentProcess(), 3);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+[[noreturn]] void OnTerminate() {
+    void* frames[16] = {};
+    const USHORT count = ::RtlCaptureStackBackTrace(0, 16, frames, nullptr);
+    const auto base = reinterpret_cast<ULONGLONG>(::GetModuleHandleW(L"TarnuWin32Utils.dll"));
+    std::fprintf(stderr, "terminate in: %s\n  library", currentRun);
+    for (USHORT i = 0; i < count; ++i)
+        std::fprintf(stderr, " +0x%llx", reinterpret_cast<ULONGLONG>(frames[i]) - base);
+    std::fprintf(stderr, "\n");
+    std::fflush(stderr);
+    ::TerminateProcess(::GetCurrentProcess(), 3);
+    std::abort();
+}
+
+/// Kernel handles of this process; GetProcessHandleCount answers 0 under Wine.
+unsigned CountKernelHandles() {
+    struct Entry {
+        void* object;
+        ULONG_PTR processId;
+        ULONG_PTR handle;
+        ULONG access;
+        USHORT creator;
+        USHORT type;
+        ULONG attributes;
+        ULONG reserved;
+    };
+    struct List {
+        ULONG_PTR count;
+        ULONG_PTR reserved;
+        Entry entries[1];
+    };
+    using Query = NTSTATUS(NTAPI*)(ULONG, void*, ULONG, ULONG*);
+    static const auto query = reinterpret_cast<Query>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+    static std::vector<std::byte> buffer(1 << 18);
+    constexpr ULONG extendedHandleInformation = 64;
+    ULONG needed = 0;
+    NTSTATUS status;
+    while ((status = query(extendedHandleInformation, buffer.data(), static_cast<ULONG>(buffer.size()), &needed)) ==
+           static_cast<NTSTATUS>(0xC0000004)) { // STATUS_INFO_LENGTH_MISMATCH
+        buffer.resize(std::max<std::size_t>(buffer.size() * 2, needed));
+    }
+    EXPECT_GE(status, 0);
+    const auto* const list = reinterpret_cast<const List*>(buffer.data());
+    const ULONG_PTR self = ::GetCurrentProcessId();
+    return static_cast<unsigned>(std::count_if(list->entries, list->entries + list->count,
+                                               [self](const Entry& entry) { return entry.processId == self; }));
+}
+
+/// Everything that must be the same before and after a run.
+struct State {
+    unsigned handles = CountKernelHandles();
+    Balance outstanding = FaultSeam::Outstanding();
+
+    bool HasGrownSince(const State& before) const {
+        if (handles > before.handles) return true;
+        for (std::size_t kind = 0; kind < resourceKinds; ++kind) {
+            if (outstanding[kind] > before.outstanding[kind]) return true;
+        }
+        return false;
+    }
+    std::string GrowthSince(const State& before) const {
+        static constexpr const char* names[resourceKinds] = {
+            "memory", "BSTR", "task memory", "local memory", "heap blocks", "find handle", "window", "window class"};
+        std::ostringstream text;
+        text << "kernel handles " << before.handles << " -> " << handles;
+        for (std::size_t kind = 0; kind < resourceKinds; ++kind) {
+            if (outstanding[kind] == before.outstanding[kind]) continue;
+            text << ", " << names[kind] << ' ' << before.outstanding[kind] << " -> " << outstanding[kind];
+        }
+        return text.str();
+    }
+};
+
+/// Names of the files below a folder that no operation may leave behind.
+void FindTemporaries(const std::wstring& folder, std::set<std::wstring>& found) {
+    WIN32_FIND_DATAW data;
+    const support::UniqueFindHandle find(::FindFirstFileW((folder + L"\\*").c_str(), &data));
+    if (!find) return;
+    do {
+        const std::wstring name = data.cFileName;
+        if (name == L"." || name == L"..") continue;
+        if (name.front() == L'~' || name.ends_with(L".tmp")) found.insert(folder + L'\\' + name);
+        const bool isFolder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        if (isFolder && (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+            FindTemporaries(folder + L'\\' + name, found);
+        }
+    } while (::FindNextFileW(find.Get(), &data));
+}
+
+/// Entries of the system's temporary folder that are not the tests' own.
+std::set<std::wstring> SystemTemporaries() {
+    wchar_t path[MAX_PATH + 1] = {};
+    ::GetTempPathW(MAX_PATH + 1, path);
+    std::set<std::wstring> names;
+    WIN32_FIND_DATAW data;
+    const support::UniqueFindHandle find(::FindFirstFileW((std::wstring(path) + L"*").c_str(), &data));
+    if (!find) return names;
+    do {
+        if (!std::wstring(data.cFileName).starts_with(L"tarnu")) names.insert(data.cFileName);
+    } while (::FindNextFileW(find.Get(), &data));
+    return names;
+}
+
+std::string Narrow(const std::wstring& text) {
+    return std::string(text.begin(), text.end()); // names in tests are ASCII
+}
+
+/// Prints the figures of the run.
+class Summary : public ::testing::Environment {
+    void SetUp() override {
+        ::SetUnhandledExceptionFilter(OnCrash);
+        std::set_terminate(OnTerminate);
+    }
+    void TearDown() override {
+        unsigned covered = 0;
+        std::string idle;
+        for (const ModuleImport& import : ImportsOf(::GetModuleHandleW(L"TarnuWin32Utils.dll"))) {
+            for (const SystemCall* call : CoveredCalls()) {
+                if (std::string_view(call->name) != import.name || call->error == 0) continue;
+                ++covered;
+                if (call->failures == 0) idle += std::string(" ") + call->name;
+            }
+        }
+        std::printf("%u imports made to fail in %u scenarios: %llu runs, %llu faults\n", covered, totals.scenarios,
+                    totals.runs, totals.faults);
+        if (!idle.empty()) std::printf("covered, but not made to fail:%s\n", idle.c_str());
+    }
+};
+[[maybe_unused]] const ::testing::Environment* const summary = ::testing::AddGlobalTestEnvironment(new Summary);
+
+} // namespace
+
+/// Plans the runs of one scenario and judges what each leaves behind.
+class Driver {
+public:
+    Driver(const std::function<void(Trial&)>& scenario, Depth depth) : m_scenario(scenario), m_depth(depth) {}
+
+    void Run() {
+        ++totals.scenarios;
+        const std::set<std::wstring> temporaries = SystemTemporaries();
+        const FaultSeam seam;
+        RunClean("first");
+        RunClean("second"); // the first one may fill what lives as long as the process
+        Check("without a fault", Plan{});
+        std::vector<Count> counts;
+        for (SystemCall* call : CoveredCalls()) {
+            if (call->calls != 0 && call->error != 0) counts.push_back({call, call->calls});
+        }
+        const unsigned allocations = FaultSeam::Allocations();
+        Check("with a bogus last error", Plan{nullptr, false, 0, 0, /*poisons=*/true});
+        for (const auto& [call, count] : counts) {
+            Plan plan{call, false, 0, 0, /*poisons=*/true};
+            TryEach(plan, call->name, count, m_depth.calls);
+        }
+        Plan plan{nullptr, /*allocations=*/true, 0, 0, /*poisons=*/true};
+        TryEach(plan, "memory", allocations, m_depth.allocations);
+        EXPECT_EQ(temporaries, SystemTemporaries());
+    }
+
+private:
+    struct Count {
+        SystemCall* call;
+        unsigned count;
+    };
+
+    bool IsHopeless() const { return ::testing::Test::HasFatalFailure() || m_failures >= 5; }
+
+    void TryEach(Plan& plan, const char* name, unsigned count, unsigned first) {
+        unsigned step = 1;
+        for (unsigned number = 1; number <= count && !IsHopeless(); number += step) {
+            if (number > first) step = std::max(1u, (count - number) / 8);
+            TryOne(plan, name, number, count);
+            if (number < count && number + step > count) number = count - step; // the last one, too
+        }
+        RunClean(name);
+    }
+
+    void TryOne(Plan& plan, const char* name, unsigned number, unsigned count) {
+        plan.first = number;
+        plan.last = number;
+        Check(std::string(name) + " fails in call " + std::to_string(number) + " of " + std::to_string(count), plan);
+        plan.last = ~0u;
+        Check(std::string(name) + " fails from call " + std::to_string(number) + " on", plan);
+    }
+
+    void RunClean(const char* after) { Check(std::string("after ") + after, Plan{}); }
+
+    /// One run, and what it leaves. A process may keep something once, for later; what grows every time is lost.
+    void Check(const std::string& description, const Plan& plan) {
+        if (IsHopeless()) return;
+        const testing::ScopedTrace trace(__FILE__, __LINE__, description);
+        State before;
+        unsigned long long stamp = FaultSeam::Stamp();
+        RunOnce(description, plan);
+        State after;
+        for (int repeats = 0; repeats < 2 && after.HasGrownSince(before); ++repeats) {
+            before = after;
+            stamp = FaultSeam::Stamp();
+            RunOnce(description + ", repeated", plan);
+            after = State();
+            if (repeats == 1 && after.HasGrownSince(before)) {
+                ADD_FAILURE() << "lost: " << after.GrowthSince(before) << '\n' << FaultSeam::Describe(stamp);
+            }
+        }
+        if (CountFailures() > m_counted) {
+            m_counted = CountFailures();
+            ++m_failures;
+        }
+    }
+
+    static int CountFailures() {
+        return ::testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
+    }
+
+    void RunOnce(const std::string& description, const Plan& plan) {
+        const std::string name = ::testing::UnitTest::GetInstance()->current_test_info()->name() + (": " + description);
+        std::snprintf(currentRun, sizeof currentRun, "%s", name.c_str());
+        ++totals.runs;
+        const std::wstring folder = m_folder / std::to_wstring(++m_serial);
+        FaultSeam::Prepare(plan);
+        {
+            Trial trial(folder, plan);
+            try {
+                m_scenario(trial);
+            } catch (const std::exception& error) {
+                ADD_FAILURE() << "an exception came out: " << error.what();
+            } catch (CException* error) {
+                error->Delete();
+                ADD_FAILURE() << "an exception of the framework came out";
+            }
+        }
+        if (FaultSeam::HasFailed()) ++totals.faults;
+        if (!Exists(folder)) return;
+        std::set<std::wstring> temporaries;
+        FindTemporaries(folder, temporaries);
+        for (const std::wstring& temporary : temporaries)
+            ADD_FAILURE() << "left behind: " << Narrow(temporary);
+        RemoveTree(folder);
+    }
+
+    const std::function<void(Trial&)>& m_scenario;
+    Depth m_depth;
+    TempFolder m_folder;
+    unsigned m_serial = 0;
+    int m_counted = 0;
+    int m_failures = 0;
+};
+
+const std::wstring& Trial::Folder() const {
+    if (!m_isMade) ::CreateDirectoryW(m_folder.c_str(), nullptr);
+    m_isMade = true;
+    return m_folder;
+}
+
+std::wstring Trial::MakeFile(std::wstring_view relative, std::string_view contents) const {
+    const std::wstring path = *this / relative;
+    if (const auto separator = relative.rfind(L'\\'); separator != std::wstring_view::npos) {
+        MakeFolder(relative.substr(0, separator));
+    }
+    WriteFile(path, contents);
+    return path;
+}
+
+std::wstring Trial::MakeFolder(std::wstring_view relative) const {
+    for (std::size_t end = relative.find(L'\\'); end != std::wstring_view::npos; end = relative.find(L'\\', end + 1)) {
+        ::CreateDirectoryW((*this / relative.substr(0, end)).c_str(), nullptr);
+    }
+    ::CreateDirectoryW((*this / relative).c_str(), nullptr);
+    return *this / relative;
+}
+
+bool Trial::IsFault(std::string_view import) const {
+    if (!FaultSeam::HasFailed()) return false;
+    return m_plan.allocations ? import == "memory" : import == m_plan.call->name;
+}
+
+void Trial::ExpectSuccessUnlessFault(bool succeeded) const {
+    EXPECT_TRUE(succeeded || HasFault()) << "failed without a fault; last error " << m_lastError;
+}
+
+void Trial::ExpectReason() const {
+    EXPECT_NE(m_lastError, DWORD{ERROR_SUCCESS}) << "no reason";
+    EXPECT_NE(m_lastError, noError) << "no reason was set";
+    EXPECT_NE(m_lastError, bogusError) << "the reason is what a later success left";
+}
+
+void Inject(const std::function<void(Trial&)>& scenario, Depth depth) {
+    Driver(scenario, depth).Run();
+}
+
+} // namespace tarnu::test::faults
