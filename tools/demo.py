@@ -55,18 +55,14 @@ class Orva:
 
 
 def default_folder(work, build):
-    """The tracked files of the project and the sources of minizip, copied side by side."""
+    """The project without what is built, and the sources of minizip, copied side by side."""
     target = work / "TarnuWin32Utils"
-    listed = subprocess.run(["git", "-C", ROOT, "ls-files", "-z"], capture_output=True)
-    if listed.returncode == 0:
-        names = [name for name in listed.stdout.decode().split("\0") if name]
-    else:  # not a checkout: everything that is not built
-        names = [str(p.relative_to(ROOT)) for p in ROOT.rglob("*")
-                 if p.is_file() and not p.relative_to(ROOT).parts[0].startswith(("build", ".git"))]
-    for name in names:
-        if (ROOT / name).is_file():
+    left_out = {"build", ".git", "__pycache__"}
+    for source in ROOT.rglob("*"):
+        name = source.relative_to(ROOT)
+        if source.is_file() and not left_out.intersection(name.parts):
             (target / name).parent.mkdir(parents=True, exist_ok=True)
-            shutil.copy2(ROOT / name, target / name)
+            shutil.copy2(source, target / name)
     shutil.copytree(build / "minizip", target / "dependencies" / "minizip", symlinks=False)
     return target
 

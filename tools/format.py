@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Formats every C++ file that git tracks or would track; with --check only reports.
+"""Formats every C++ file of the project; with --check only reports.
 
 usage: format.py [--check] CLANG_FORMAT
 """

@@ -42,9 +42,9 @@ public:
     /// @}
 
 private:
-    std::uint8_t m_flag;          ///< reserved: read by no operation
-    std::uint64_t m_reserved[13]; ///< reserved: read by no operation
-    std::uint64_t m_lastCapacity; ///< bytes reached by the latest MeasureChange
+    [[maybe_unused]] std::uint8_t m_flag;          ///< reserved: read by no operation
+    [[maybe_unused]] std::uint64_t m_reserved[13]; ///< reserved: read by no operation
+    std::uint64_t m_lastCapacity;                  ///< bytes reached by the latest MeasureChange
 };
 
 #endif // TARNU_MEMORY_ORVAHEAPGROWTHPROBE_H
