@@ -1,27 +1,39 @@
 #!/usr/bin/env python3
-"""Checks what the documents say about the tree: the README's program is the compiled example, every behaviour note names an
-existing test, and every relative link leads somewhere.
+"""Checks what the documents say about the tree: the code that they show is compiled, every behaviour note names an existing
+test, every guide has its sections, and every relative link leads somewhere.
 
 usage: check_docs.py
 """
 import pathlib
 import re
 import sys
+import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOCUMENTS = [*ROOT.glob("*.md"), *sorted((ROOT / "docs").rglob("*.md"))]
 
 
-def readme_program():
-    readme = (ROOT / "README.md").read_text(encoding="utf-8")
-    shown = re.search(r"```cpp\n(.*?)```", readme, re.S)
-    if not shown:
-        yield "README.md shows no program"
-        return
-    example = (ROOT / "examples" / "PackTexts.cpp").read_text(encoding="utf-8")
-    compiled = re.sub(r"\A(//[^\n]*\n)+\n?", "", example)
-    if shown.group(1) != compiled:
-        yield "README.md: the program differs from examples/PackTexts.cpp"
+def shown_code():
+    """Every C++ block of a document is a program of examples/, or a part of one between "// snippet" and "// end of snippet"."""
+    compiled, snippets = set(), {}
+    for source in sorted((ROOT / "examples").rglob("*.cpp")):
+        text = source.read_text(encoding="utf-8")
+        compiled.add(re.sub(r"\A(//[^\n]*\n)+\n?", "", text))
+        for snippet in re.findall(r"(?m)^ *// snippet\n(.*?)^ *// end of snippet$", text, re.S):
+            snippets[textwrap.dedent(snippet)] = source.relative_to(ROOT)
+    shown = set()
+    for document in DOCUMENTS:
+        blocks = re.findall(r"(?m)^```cpp\n(.*?)^```$", document.read_text(encoding="utf-8"), re.S)
+        shown.update(blocks)
+        for block in blocks:
+            if block not in compiled and block not in snippets:
+                first = next((line for line in block.splitlines() if line and not line.startswith("#include")), "")
+                yield f"{document.relative_to(ROOT)}: no example is the code with '{first}'"
+        if document.name == "README.md" and not any("int main(" in block for block in blocks):
+            yield "README.md shows no program"
+    for snippet, source in snippets.items():
+        if snippet not in shown:
+            yield f"{source}: no document shows the snippet that ends in '{snippet.splitlines()[-1]}'"
 
 
 def behaviour_notes():
@@ -40,6 +52,18 @@ def behaviour_notes():
             yield f"docs/behaviour-notes.md: '{title}' names no existing test (named: {', '.join(named) or 'none'})"
 
 
+def guides():
+    """A guide says what it is for, shows a use, and tells rules, threads and errors."""
+    for guide in sorted((ROOT / "docs" / "guides").glob("*.md")):
+        text = guide.read_text(encoding="utf-8")
+        if "```cpp" not in text:
+            yield f"{guide.relative_to(ROOT)} shows no use"
+        headings = " ".join(re.findall(r"(?m)^#+ (.*)$", text)).lower()
+        for section in ("rules", "threads", "errors"):
+            if section not in headings:
+                yield f"{guide.relative_to(ROOT)} has no section about {section}"
+
+
 def links():
     for document in DOCUMENTS:
         text = re.sub(r"```.*?```", "", document.read_text(encoding="utf-8"), flags=re.S)
@@ -51,7 +75,7 @@ def links():
 
 
 def main():
-    errors = [*readme_program(), *behaviour_notes(), *links()]
+    errors = [*shown_code(), *behaviour_notes(), *guides(), *links()]
     for error in errors:
         print("docs:", error)
     print(f"docs: {len(DOCUMENTS)} documents checked, {len(errors)} errors")
