@@ -133,8 +133,9 @@ TEST(FileCopy, Fails) {
 
 TEST(FileDelete, DeletesReadOnlyAndHiddenFiles) {
     const TempFolder folder;
-    for (const DWORD attributes : {FILE_ATTRIBUTE_NORMAL, FILE_ATTRIBUTE_READONLY,
-                                   FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM}) {
+    for (const DWORD attributes :
+         std::initializer_list<DWORD>{FILE_ATTRIBUTE_NORMAL, FILE_ATTRIBUTE_READONLY,
+                                      FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM}) {
         const std::wstring file = folder.MakeFile(L"file");
         ASSERT_TRUE(::SetFileAttributesW(file.c_str(), static_cast<DWORD>(attributes)));
         EXPECT_EQ(OrvaDeleteFile(file.c_str()), 0);

@@ -30,7 +30,7 @@ constexpr DWORD lastWrite = FILE_NOTIFY_CHANGE_LAST_WRITE;
 constexpr DWORD lastAccess = FILE_NOTIFY_CHANGE_LAST_ACCESS;
 
 /// Remembers its calls as one letter each: name, directory, attributes, size, written, read, error, in, out.
-class Listener : public OrvaFileEventListener {
+class Listener final : public OrvaFileEventListener {
 public:
     void OnFileNameChanged(OrvaFileEventCookie cookie) override { Called('n', cookie); }
     void OnDirNameChanged(OrvaFileEventCookie cookie) override { Called('d', cookie); }

@@ -96,7 +96,7 @@ TEST(FileModified, AnswersTrueOnceForEveryChangeOfTheModificationTime) {
     EXPECT_TRUE(IsModified(path)) << "the first question";
     EXPECT_FALSE(IsModified(path));
     EXPECT_TRUE(IsModified(other));
-    for (const ULONGLONG seconds : {10, 5, 0}) { // back in time counts as well
+    for (const ULONGLONG seconds : {10U, 5U, 0U}) { // back in time counts as well
         Touch(path, Second(seconds));
         EXPECT_TRUE(IsModified(path)) << seconds;
         EXPECT_FALSE(IsModified(path)) << seconds;

@@ -167,7 +167,7 @@ TEST_F(DllMessageBoxTest, WithoutModuleFourArgumentsAreMessageBox) {
 }
 
 TEST_F(DllMessageBoxTest, WithoutModuleTwoArgumentsAreTheApplicationBox) {
-    for (const UINT flags : {MB_OK, MB_YESNO | MB_ICONQUESTION}) {
+    for (const UINT flags : std::initializer_list<UINT>{MB_OK, MB_YESNO | MB_ICONQUESTION}) {
         MessageBoxes boxes({IDNO, IDNO});
         EXPECT_EQ(::AfxMessageBox(L"text", flags, 0), DllMessageBox(L"text", flags));
         ASSERT_EQ(2U, boxes.Shown().size());
