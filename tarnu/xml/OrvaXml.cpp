@@ -7,12 +7,14 @@
 #include "tarnu/support/Owners.h"
 #include "tarnu/xml/XmlTextInternal.h"
 
+#include <array>
 #include <cstring>
 #include <cwchar>
 #include <new>
 #include <ocidl.h>
 #include <ole2.h>
 #include <string>
+#include <string_view>
 #include <urlmon.h>
 #include <utility>
 #include <vector>
@@ -87,16 +89,37 @@ CString NameOf(IXMLDOMNode* node) {
     return TextOf(name);
 }
 
+/// The names of a walk as strings. The nodes of a document share few names, and one that is met again is given out
+/// again, for a string of its own would cost more than the node's visit.
+class NodeNames {
+public:
+    /// The name of a node, until the next call.
+    const CString& Of(IXMLDOMNode* node) {
+        UniqueBstr name;
+        node->get_nodeName(name.Put());
+        const std::wstring_view text(name.Get(), ::SysStringLen(name.Get()));
+        const std::size_t place = text.empty() ? 0 : text.size() + 5u * text.front() + 11u * text.back();
+        CString& known = m_names[place % m_names.size()];
+        if (std::wstring_view(known.GetString(), static_cast<std::size_t>(known.GetLength())) != text) {
+            known = TextOf(name);
+        }
+        return known;
+    }
+
+private:
+    std::array<CString, 64> m_names; ///< by length, first and last character; names of one place replace each other
+};
+
 /// Calls the callback for the node, then for each of its attributes; false when it stopped the walk.
-bool VisitWithAttributes(IXMLDOMNode* node, OrvaXml::WalkCallback callback, void* userData) {
-    if (!callback(NameOf(node), node, userData)) return false;
+bool VisitWithAttributes(IXMLDOMNode* node, NodeNames& names, OrvaXml::WalkCallback callback, void* userData) {
+    if (!callback(names.Of(node), node, userData)) return false;
     ComPtr<IXMLDOMNamedNodeMap> attributes;
     if (FAILED(node->get_attributes(attributes.GetAddressOf())) || !attributes) return true;
     attributes->reset(); // the map may be shared, and its cursor with it
     for (;;) {
         ComPtr<IXMLDOMNode> attribute;
         if (FAILED(attributes->nextNode(attribute.GetAddressOf())) || !attribute) return true;
-        if (!callback(NameOf(attribute.Get()), attribute.Get(), userData)) return false;
+        if (!callback(names.Of(attribute.Get()), attribute.Get(), userData)) return false;
     }
 }
 
@@ -293,8 +316,9 @@ bool OrvaXml::Walk(WalkCallback callback, void* userData) const {
         // The nodes above the current one, from the document down: a list of its own, because the nesting of a document
         // has no limit and the thread's stack has one.
         std::vector<ComPtr<IXMLDOMNode>> ancestors;
+        NodeNames names;
         for (;;) {
-            if (!VisitWithAttributes(node.Get(), callback, userData)) return false;
+            if (!VisitWithAttributes(node.Get(), names, callback, userData)) return false;
             ComPtr<IXMLDOMNode> next = FirstChild(node.Get());
             if (next) {
                 ancestors.push_back(std::move(node));

@@ -16,10 +16,11 @@ using namespace tarnu::support;
 /// Reads the value of an attribute into the empty variant @p value; false when it is not there.
 bool Read(IXMLDOMElement* element, const CString& name, Variant& value) noexcept {
     if (element == nullptr) return false;
-    const UniqueBstr attributeName = NewBstr(name);
+    CallBstr attributeName(name);
     ComPtr<IXMLDOMAttribute> attribute;
-    return attributeName && SUCCEEDED(element->getAttributeNode(attributeName.Get(), attribute.GetAddressOf())) &&
-           attribute && SUCCEEDED(attribute->get_nodeValue(&value));
+    return attributeName.Get() != nullptr &&
+           SUCCEEDED(element->getAttributeNode(attributeName.Get(), attribute.GetAddressOf())) && attribute &&
+           SUCCEEDED(attribute->get_nodeValue(&value));
 }
 
 /// Changes a value in place to another type, as the user's locale has it.
@@ -33,8 +34,8 @@ bool ReadAs(IXMLDOMElement* element, const CString& name, VARTYPE type, Variant&
 
 HRESULT Write(IXMLDOMElement* element, const CString& name, const Variant& value) noexcept {
     if (element == nullptr) return E_POINTER;
-    const UniqueBstr attributeName = NewBstr(name);
-    if (!attributeName) return E_OUTOFMEMORY;
+    CallBstr attributeName(name);
+    if (attributeName.Get() == nullptr) return E_OUTOFMEMORY;
     return element->setAttribute(attributeName.Get(), value.Get());
 }
 

@@ -5,6 +5,8 @@
 
 #include "tarnu/support/Owners.h"
 
+#include <cstddef>
+#include <cwchar>
 #include <new>
 
 namespace tarnu::support {
@@ -20,6 +22,37 @@ inline UniqueBstr MakeBstr(const CString& text) {
     if (!result) throw std::bad_alloc();
     return result;
 }
+
+/// A text as a BSTR for one call that only reads it. A short one takes no block of the system's.
+class CallBstr {
+public:
+    explicit CallBstr(const CString& text) noexcept {
+        const int length = text.GetLength();
+        if (length > shortLength) {
+            m_long = NewBstr(text);
+            return;
+        }
+        m_short.size = static_cast<UINT>(length) * sizeof(wchar_t);
+        std::wmemcpy(m_short.text, text.GetString(), static_cast<std::size_t>(length) + 1);
+    }
+    CallBstr(const CallBstr&) = delete;
+    CallBstr& operator=(const CallBstr&) = delete;
+
+    /// Null when memory ran out.
+    BSTR Get() noexcept { return m_short.size != isLong ? m_short.text : m_long.Get(); }
+
+private:
+    static constexpr int shortLength = 63;
+    static constexpr UINT isLong = ~0u;
+
+    /// As the system lays out a BSTR: its size in bytes stands in front of the first character, which is aligned to 8.
+    struct alignas(8) {
+        UINT padding = 0;
+        UINT size = isLong;
+        wchar_t text[shortLength + 1];
+    } m_short;
+    UniqueBstr m_long;
+};
 
 /// The text of a BSTR; null is the empty one.
 inline CString TextOf(BSTR text) {
