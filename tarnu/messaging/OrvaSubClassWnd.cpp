@@ -14,31 +14,29 @@ IMPLEMENT_DYNAMIC(OrvaSubClassWnd, CObject)
 /// One call of an object's WindowProc that is under way on this thread. It knows where its message goes next, so that
 /// an object that unhooks, moves to another window or dies while it handles the message does not lead it astray.
 struct OrvaSubClassWnd::Delivery {
-    Delivery(OrvaSubClassWnd* receiver, HWND hwnd) noexcept
+    /// @param threads  the innermost one of this thread: s_innermost, whose lookup costs as much as the rest
+    Delivery(OrvaSubClassWnd* receiver, HWND hwnd, Delivery*& threads) noexcept
         : object(receiver)
         , window(hwnd)
         , next(receiver->m_next)
         , previous(receiver->m_previous)
-        , innermost(s_innermost)
-        , outer(std::exchange(innermost, this)) {}
-    ~Delivery() { innermost = outer; }
+        , innermost(threads)
+        , outer(std::exchange(innermost, this))
+        , objectsOuter(std::exchange(receiver->m_delivery, this)) {}
+    ~Delivery() {
+        innermost = outer;
+        if (object != nullptr) object->m_delivery = objectsOuter;
+    }
     Delivery(const Delivery&) = delete;
     Delivery& operator=(const Delivery&) = delete;
-
-    /// The innermost call of @p receiver; null when there is none on this thread.
-    static const Delivery* Find(const OrvaSubClassWnd* receiver) noexcept {
-        const Delivery* delivery = s_innermost;
-        while (delivery != nullptr && delivery->object != receiver)
-            delivery = delivery->outer;
-        return delivery;
-    }
 
     OrvaSubClassWnd* object; ///< null once the object was destroyed
     HWND window;
     OrvaSubClassWnd* next;
-    WNDPROC previous;     ///< null once the window was destroyed
-    Delivery*& innermost; ///< this thread's; looking it up costs
-    Delivery* outer;
+    WNDPROC previous; ///< null once the window was destroyed
+    Delivery*& innermost;
+    Delivery* outer;        ///< the thread's next one
+    Delivery* objectsOuter; ///< the object's next one
 
     static thread_local Delivery* s_innermost;
 };
@@ -53,7 +51,8 @@ struct OrvaSubClassWnd::Chain {
     static bool Attach(HWND window, OrvaSubClassWnd* object) noexcept;
     static void Detach(OrvaSubClassWnd* object) noexcept;
     static void DetachAll(HWND window) noexcept;
-    static LRESULT Call(OrvaSubClassWnd* object, HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    static LRESULT Call(OrvaSubClassWnd* object, Delivery*& innermost, HWND window, UINT message, WPARAM wParam,
+                        LPARAM lParam);
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 private:
@@ -199,8 +198,9 @@ void OrvaSubClassWnd::Chain::DetachAll(HWND window) noexcept {
     ::RemovePropW(window, ownProcedureProperty);
 }
 
-LRESULT OrvaSubClassWnd::Chain::Call(OrvaSubClassWnd* object, HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    Delivery delivery(object, window); // not constant: detaching updates it
+LRESULT OrvaSubClassWnd::Chain::Call(OrvaSubClassWnd* object, Delivery*& innermost, HWND window, UINT message,
+                                     WPARAM wParam, LPARAM lParam) {
+    Delivery delivery(object, window, innermost); // not constant: detaching updates it
     return object->WindowProc(message, wParam, lParam);
 }
 
@@ -216,7 +216,7 @@ LRESULT CALLBACK OrvaSubClassWnd::Chain::Procedure(HWND window, UINT message, WP
         return result;
     }
     if (head == nullptr) return CallProcedure(RememberedProcedure(window), window, message, wParam, lParam);
-    return Call(head, window, message, wParam, lParam);
+    return Call(head, Delivery::s_innermost, window, message, wParam, lParam);
 }
 
 OrvaSubClassWnd::~OrvaSubClassWnd() {
@@ -250,17 +250,21 @@ void OrvaSubClassWnd::UnSubClass() noexcept {
 }
 
 LRESULT OrvaSubClassWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
-    const Delivery* const delivery = Delivery::Find(this);
-    const HWND window = delivery != nullptr ? delivery->window : m_hWnd;
-    OrvaSubClassWnd* const next = delivery != nullptr ? delivery->next : m_next;
-    if (next != nullptr) return Chain::Call(next, window, message, wParam, lParam);
-    return CallProcedure(delivery != nullptr ? delivery->previous : m_previous, window, message, wParam, lParam);
+    if (m_delivery == nullptr) { // called from outside
+        if (m_next != nullptr) return Chain::Call(m_next, Delivery::s_innermost, m_hWnd, message, wParam, lParam);
+        return CallProcedure(m_previous, m_hWnd, message, wParam, lParam);
+    }
+    const Delivery& delivery = *m_delivery;
+    if (delivery.next != nullptr) {
+        return Chain::Call(delivery.next, delivery.innermost, delivery.window, message, wParam, lParam);
+    }
+    return CallProcedure(delivery.previous, delivery.window, message, wParam, lParam);
 }
 
 LRESULT OrvaSubClassWnd::Default() {
     const MSG current = AfxGetThreadState()->m_lastSentMsg;
     // From within the override, the override again would never end.
-    if (Delivery::Find(this) != nullptr) {
+    if (m_delivery != nullptr) {
         return OrvaSubClassWnd::WindowProc(current.message, current.wParam, current.lParam);
     }
     return WindowProc(current.message, current.wParam, current.lParam);

@@ -61,6 +61,7 @@ private:
     HWND m_hWnd = nullptr;             ///< stored also when it was no window
     WNDPROC m_previous = nullptr;      ///< of the window, from before its first subclasser
     OrvaSubClassWnd* m_next = nullptr; ///< the one that hooked earlier
+    Delivery* m_delivery = nullptr;    ///< the innermost call of WindowProc that is under way
 };
 
 #endif // TARNU_MESSAGING_ORVASUBCLASSWND_H
