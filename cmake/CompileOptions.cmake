@@ -1,21 +1,28 @@
-# Warnings and flags, per compiler, in one place. Link `tarnu_compile_options` privately.
+# Warnings and flags, per compiler, in one place. Link `tarnu_compile_options` privately. They are for C++ alone: the resource
+# compiler takes none of them.
 add_library(tarnu_compile_options INTERFACE)
 
 target_compile_definitions(tarnu_compile_options INTERFACE UNICODE _UNICODE _WIN32_WINNT=0x0A00 WINVER=0x0A00)
 if(MSVC)
-    target_compile_options(tarnu_compile_options INTERFACE /W4 /utf-8 /permissive- /Zc:__cplusplus)
+    target_compile_options(tarnu_compile_options INTERFACE
+        "$<$<COMPILE_LANGUAGE:CXX>:/W4;/utf-8;/permissive-;/Zc:__cplusplus>")
     if(TARNU_WARNINGS_AS_ERRORS)
-        target_compile_options(tarnu_compile_options INTERFACE /WX)
+        target_compile_options(tarnu_compile_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:/WX>)
     endif()
 else()
     target_compile_options(tarnu_compile_options INTERFACE
-        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wundef
+        "$<$<COMPILE_LANGUAGE:CXX>:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion;-Wundef>"
         # GCC 12 sees overlapping copies in `"text" + std::string(…)` where there are none (GCC bug 105651).
-        $<$<BOOL:${TARNU_WARNINGS_AS_ERRORS}>:-Werror;-Wno-error=restrict>)
+        "$<$<AND:$<COMPILE_LANGUAGE:CXX>,$<BOOL:${TARNU_WARNINGS_AS_ERRORS}>>:-Werror;-Wno-error=restrict>")
     if(TARNU_HARDENED)
         target_compile_definitions(tarnu_compile_options INTERFACE _GLIBCXX_ASSERTIONS)
         target_compile_options(tarnu_compile_options INTERFACE
-            -O1 -fsanitize=undefined -fsanitize-undefined-trap-on-error -fstack-protector-strong)
+            "$<$<COMPILE_LANGUAGE:CXX>:-O1;-fsanitize=undefined;-fsanitize-undefined-trap-on-error>"
+            $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
         target_link_options(tarnu_compile_options INTERFACE -fstack-protector-strong)
+    endif()
+    if(TARNU_STATIC_RUNTIME)
+        # libstdc++, libgcc and winpthread; the import libraries of the system are what -static finds of the system.
+        target_link_options(tarnu_compile_options INTERFACE -static)
     endif()
 endif()

@@ -2,9 +2,15 @@
 #
 # The cross build takes zlib from the mingw-w64 package, and minizip and GoogleTest as sources: minizip from
 # TARNU_MINIZIP_SOURCE (./run fetches the distribution's source package there), GoogleTest from /usr/src/googletest.
-# Everywhere else all of them are packages (vcpkg.json).
+# Everywhere else, and for package managers that cross-build, all of them are CMake packages (vcpkg.json, packaging/).
 
+set(packages ON)
 if(CMAKE_CROSSCOMPILING)
+    set(packages OFF)
+endif()
+option(TARNU_USE_PACKAGES "Take all dependencies as CMake packages" ${packages})
+
+if(NOT TARNU_USE_PACKAGES)
     set(TARNU_MINIZIP_SOURCE ${PROJECT_SOURCE_DIR}/build/minizip CACHE PATH "Folder with the minizip sources")
     if(NOT EXISTS ${TARNU_MINIZIP_SOURCE}/unzip.c)
         message(FATAL_ERROR "No minizip sources in ${TARNU_MINIZIP_SOURCE}: use ./run, which fetches them, "

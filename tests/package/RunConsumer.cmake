@@ -1,7 +1,13 @@
 # Installs the library into an empty prefix, builds the consumer project against it and runs the result.
-# Variables: BUILD, CONSUMER, TOOLCHAIN, GENERATOR, CONFIG.
+# The same with pkg-config, and the sample host module as a project of its own.
+# Variables: BUILD, CONSUMER, TOOLCHAIN, GENERATOR, CONFIG, VERSION, STATIC_RUNTIME; for pkg-config PKG_CONFIG, COMPILER and EMULATOR.
 set(work ${BUILD}/package-test)
 file(REMOVE_RECURSE ${work})
+
+# Tests started by hand use the prefix that ./run has set up.
+if(NOT DEFINED ENV{WINEPREFIX} AND EXISTS ${BUILD}/../wine)
+    set(ENV{WINEPREFIX} ${BUILD}/../wine)
+endif()
 
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
@@ -14,11 +20,51 @@ endfunction()
 run(${CMAKE_COMMAND} --install ${BUILD} --config ${CONFIG} --prefix ${work}/prefix)
 # Moved after the installation: the package must not remember where it was installed.
 file(RENAME ${work}/prefix ${work}/moved)
+set(package ${work}/moved)
+if(TOOLCHAIN MATCHES "mingw-w64.cmake$")
+    set(TOOLCHAIN ${package}/share/TarnuWin32Utils/cmake/mingw-w64.cmake)
+endif()
 run(${CMAKE_COMMAND} -S ${CONSUMER} -B ${work}/build -G ${GENERATOR} -DCMAKE_BUILD_TYPE=${CONFIG}
-    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_PREFIX_PATH=${work}/moved)
+    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCMAKE_PREFIX_PATH=${package})
 run(${CMAKE_COMMAND} --build ${work}/build --config ${CONFIG})
 run(${CMAKE_COMMAND} --build ${work}/build --config ${CONFIG} --target run_consumer)
 if(NOT output MATCHES "consumer: all good")
     message(FATAL_ERROR "The consumer did not report success:\n${output}")
 endif()
 message("${output}")
+
+set(sample ${package}/share/TarnuWin32Utils/examples/hostmodule)
+run(${CMAKE_COMMAND} -S ${sample} -B ${work}/hostmodule -G ${GENERATOR} -DCMAKE_BUILD_TYPE=${CONFIG}
+    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
+run(${CMAKE_COMMAND} --build ${work}/hostmodule --config ${CONFIG})
+file(GLOB_RECURSE module ${work}/hostmodule/ORVA_MESSAGEBOX_PLX.plx)
+if(NOT module)
+    message(FATAL_ERROR "The sample host module was built, but is not there")
+endif()
+
+if(NOT PKG_CONFIG)
+    message("pkg-config is not installed: its file was not tried")
+    return()
+endif()
+set(ENV{PKG_CONFIG_LIBDIR} ${package}/lib/pkgconfig)
+run(${PKG_CONFIG} --modversion tarnuwin32utils)
+string(STRIP "${output}" output)
+if(NOT output STREQUAL VERSION)
+    message(FATAL_ERROR "pkg-config knows version ${output}, the library is ${VERSION}")
+endif()
+run(${PKG_CONFIG} --cflags tarnuwin32utils)
+separate_arguments(cflags UNIX_COMMAND "${output}")
+run(${PKG_CONFIG} --libs tarnuwin32utils)
+separate_arguments(libs UNIX_COMMAND "${output}")
+file(GLOB dlls ${package}/bin/*.dll)
+set(runtime "")
+if(STATIC_RUNTIME)
+    set(runtime -static)
+endif()
+file(COPY ${dlls} DESTINATION ${work}/pkgconfig)
+run(${COMPILER} -std=c++20 ${cflags} -DTARNU_EXPECTED_VERSION=L"${VERSION}" ${CONSUMER}/main.cpp ${CONSUMER}/second.cpp
+    -o ${work}/pkgconfig/consumer.exe ${libs} -lversion ${runtime})
+run(${EMULATOR} ${work}/pkgconfig/consumer.exe)
+if(NOT output MATCHES "consumer: all good")
+    message(FATAL_ERROR "The consumer that was built with pkg-config did not report success:\n${output}")
+endif()

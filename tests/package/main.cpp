@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <vector>
 
 int SecondUnit();
 
@@ -164,6 +165,21 @@ void CheckExceptions() {
     }
 }
 
+// What the DLL says about itself.
+
+void CheckVersion() {
+    const OrvaPath library = ProgramFolder() / L"TarnuWin32Utils.dll";
+    std::vector<BYTE> data(::GetFileVersionInfoSizeW(library, nullptr));
+    Check(!data.empty() && ::GetFileVersionInfoW(library, 0, static_cast<DWORD>(data.size()), data.data()),
+          "the library has a version resource");
+    void* value = nullptr;
+    UINT length = 0;
+    wchar_t name[] = L"\\StringFileInfo\\040904B0\\ProductVersion";
+    Check(!data.empty() && ::VerQueryValueW(data.data(), name, &value, &length) &&
+              std::wstring(static_cast<const wchar_t*>(value)) == TARNU_EXPECTED_VERSION,
+          "its version is that of the package");
+}
+
 } // namespace
 
 int main() {
@@ -173,6 +189,7 @@ int main() {
     CheckSubclass();
     CheckData();
     CheckExceptions();
+    CheckVersion();
     if (failures == 0) std::puts("consumer: all good");
     return failures == 0 ? 0 : 1;
 }

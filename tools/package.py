@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""Makes the versioned archive of a build: everything that the installation installs, and the reference when doxygen is there. The
+archive is written by orva, so by the library's own writer, and read back by an independent reader.
+
+usage: package.py BUILD_FOLDER OUTPUT_FOLDER [EMULATOR]    (EMULATOR runs orva where Windows does not: cmake/wine)
+"""
+import filecmp
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import zipfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+NEEDED = ["bin/TarnuWin32Utils.dll", "bin/orva.exe", "include/tarnu/TarnuWin32Utils.h", "share/doc/TarnuWin32Utils/README.md",
+          "share/licenses/TarnuWin32Utils/LICENSE", "share/licenses/TarnuWin32Utils/THIRD-PARTY.md"]
+
+
+def fail(text):
+    sys.exit(f"package: {text}")
+
+
+def windows_path(path, emulator):
+    return "Z:" + str(path).replace("/", "\\") if emulator else str(path)
+
+
+def files_below(folder):
+    return {path.relative_to(folder).as_posix() for path in folder.rglob("*") if path.is_file()}
+
+
+def verify(archive, folder):
+    """Everything is in the archive, byte for byte, below the folder's name."""
+    with tempfile.TemporaryDirectory() as scratch, zipfile.ZipFile(archive) as packed:
+        damaged = packed.testzip()
+        if damaged:
+            fail(f"{damaged} is damaged in the archive")
+        packed.extractall(scratch)
+        found, wanted = files_below(pathlib.Path(scratch) / folder.name), files_below(folder)
+        if found != wanted:
+            fail(f"the archive differs from the folder: {sorted(found ^ wanted)}")
+        _, different, unread = filecmp.cmpfiles(folder, pathlib.Path(scratch) / folder.name, wanted, shallow=False)
+        if different or unread:
+            fail(f"these files differ in the archive: {different + unread}")
+        return len(wanted)
+
+
+def main():
+    if len(sys.argv) not in (3, 4):
+        sys.exit(__doc__.strip())
+    build, output = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+    emulator = sys.argv[3:]
+    version = re.search(r"project\(TarnuWin32Utils VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text(encoding="utf-8"))
+    folder = build / "package" / f"TarnuWin32Utils-{version.group(1)}-win64"
+    shutil.rmtree(folder.parent, ignore_errors=True)
+    subprocess.run(["cmake", "--install", str(build), "--config", "Release", "--prefix", str(folder)],
+                   check=True, stdout=subprocess.DEVNULL)
+    for name in NEEDED:
+        if not (folder / name).is_file():
+            fail(f"the installation lacks {name}")
+    if not any((folder / "lib").glob("*TarnuWin32Utils*")):
+        fail("the installation lacks the import library")
+
+    if shutil.which("doxygen"):
+        subprocess.run([sys.executable, str(ROOT / "tools" / "docs.py"), str(folder.parent)], check=True, stdout=subprocess.DEVNULL)
+        shutil.copytree(folder.parent / "docs" / "html", folder / "share" / "doc" / "TarnuWin32Utils" / "reference")
+    else:
+        print("package: doxygen is not installed, so the archive has no reference")
+
+    archive = output / f"{folder.name}.zip"
+    output.mkdir(parents=True, exist_ok=True)
+    result = subprocess.run([*emulator, str(folder / "bin" / "orva.exe"), "zip", windows_path(archive, emulator),
+                             windows_path(folder, emulator)], capture_output=True, text=True, errors="replace", check=False)
+    if result.returncode != 0 or not archive.is_file():
+        fail(f"orva zip failed with {result.returncode}:\n{result.stdout}{result.stderr}")
+    print(f"package: {archive} ({verify(archive, folder)} files, {os.path.getsize(archive)} bytes)")
+
+
+if __name__ == "__main__":
+    main()
