@@ -42,7 +42,7 @@ CString NameInArchive(const CString& file, int mode, const CString& base) {
 
 bool OrvaUnzipAll(const CString& archive, const OrvaPath& destination, const OrvaZipProgress& progress,
                   const OrvaZipOverwrite& overwrite) {
-    const std::wstring folder = SystemPath(std::wstring_view(destination.GetText().GetString()));
+    const std::wstring folder = AbsoluteSystemPath(destination);
     if (destination.IsEmpty() || folder.empty()) return false;
     FolderMaker maker;
     OrvaZipReader reader;
@@ -81,7 +81,7 @@ int OrvaZipFiles(const CString& archive, const CStringList& files, int mode, con
         CString file = files.GetNext(position);
         ++number;
         file.Replace(L'/', L'\\');
-        const DWORD attributes = ::GetFileAttributesW(SystemPath(file.GetString()).c_str());
+        const DWORD attributes = ::GetFileAttributesW(AbsoluteSystemPath(file).c_str());
         if (attributes == INVALID_FILE_ATTRIBUTES) continue;
         if (progress) progress(number, count, file);
         const bool isFile = (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;

@@ -123,7 +123,7 @@ public:
     Core& operator=(const Core&) = delete;
 
     OrvaZipResult OpenFile(const wchar_t* path) {
-        const std::wstring file = SystemPath(path);
+        const std::wstring file = AbsoluteSystemPath(path);
         if (file.empty()) return OrvaZipNoFile;
         const OrvaZipResult result = m_source.OpenFile(file);
         return result == OrvaZipSuccess ? ReadDirectory() : result;
@@ -555,7 +555,7 @@ OrvaZipResult OrvaZipReader::ExtractToFile(ULONGLONG index, const wchar_t* path)
     return RecordZip([&] {
         const OrvaZipEntry* entry = m_core ? m_core->At(index) : nullptr;
         if (entry == nullptr || path == nullptr || *path == L'\0' || entry->isDirectory) return OrvaZipBadArguments;
-        const std::wstring target = SystemPath(path);
+        const std::wstring target = AbsoluteSystemPath(path);
         if (target.empty()) return OrvaZipNoFile;
         return ExtractFile(*this, index, *entry, target, [](const wchar_t*, const WIN32_FIND_DATAW&) {});
     });
@@ -572,7 +572,7 @@ OrvaZipResult OrvaZipReader::ExtractBelow(ULONGLONG index, const wchar_t* folder
         if (relative.empty()) return OrvaZipBadArguments;
         std::wstring path(folder);
         if (path.back() != L'\\' && path.back() != L'/') path += L'\\';
-        const std::wstring target = SystemPath(path + relative);
+        const std::wstring target = AbsoluteSystemPath((path + relative).c_str());
         if (target.empty()) return OrvaZipNoFile;
         const OrvaZipResult outcome = entry->isDirectory ? ExtractDirectory(*entry, target)
                                                          : ExtractFile(*this, index, *entry, target, overwrite);

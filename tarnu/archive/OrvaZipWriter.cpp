@@ -130,14 +130,14 @@ public:
     Core& operator=(const Core&) = delete;
 
     OrvaZipResult Begin(const wchar_t* path) {
-        const std::wstring target = SystemPath(path);
+        const std::wstring target = AbsoluteSystemPath(path);
         if (target.empty()) return OrvaZipNoFile;
         return m_output.CreateFile(target);
     }
     OrvaZipResult Begin(std::size_t maximum) { return m_output.CreateMemory(maximum); }
 
     OrvaZipResult AddFile(const wchar_t* name, const wchar_t* path) {
-        const std::wstring source = SystemPath(path);
+        const std::wstring source = AbsoluteSystemPath(path);
         // With backup semantics the same call opens directories, which so get their times, too.
         const UniqueFileHandle file(
             source.empty()

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <string_view>
 
 namespace tarnu::support {
 namespace {
@@ -76,8 +75,7 @@ private:
         if (attempt()) return true;
         if (::GetLastError() != ERROR_PATH_NOT_FOUND) return false;
         const std::size_t separator = m_target.find_last_of(L"\\/");
-        return separator != std::wstring::npos && m_folders.Make(std::wstring_view(m_target).substr(0, separator)) &&
-               attempt();
+        return separator != std::wstring::npos && m_folders.Make(m_target.substr(0, separator)) && attempt();
     }
 
     /// Success when nothing is in the way, or a file that may be replaced: m_existing then describes it.

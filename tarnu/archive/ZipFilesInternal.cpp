@@ -6,13 +6,6 @@
 namespace tarnu::support {
 namespace {
 
-constexpr std::size_t maxPath = 32767; // of any form
-constexpr std::size_t longPath = 248;  // folders have 12 characters less than files, room for a short name
-
-bool IsSeparator(wchar_t character) noexcept {
-    return character == L'\\' || character == L'/';
-}
-
 bool IsFolder(const wchar_t* path) noexcept {
     const DWORD attributes = ::GetFileAttributesW(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -29,31 +22,11 @@ std::size_t RootLength(std::wstring_view path) noexcept {
 
 } // namespace
 
-std::wstring SystemPath(std::wstring_view path) {
-    std::wstring text(path);
-    const bool prefixed = path.starts_with(LR"(\\?\)") || path.starts_with(LR"(\\.\)");
-    const bool absolute = path.size() > 2 &&
-                          ((path[1] == L':' && IsSeparator(path[2])) || (IsSeparator(path[0]) && IsSeparator(path[1])));
-    if (text.size() >= maxPath) return {};
-    if (prefixed || (absolute && text.size() < longPath)) return text;
-    // A short relative path may still be a long one, below a long current directory.
-    DWORD size = ::GetFullPathNameW(text.c_str(), 0, nullptr, nullptr);
-    if (size == 0) return {};
-    std::wstring full(size, L'\0');
-    const DWORD length = ::GetFullPathNameW(text.c_str(), size, full.data(), nullptr);
-    if (length == 0 || length >= size) return {};
-    full.resize(length);
-    if (length >= maxPath) return {};
-    if (length < longPath) return full;
-    if (full.starts_with(LR"(\\)")) return LR"(\\?\UNC)" + full.substr(1);
-    return LR"(\\?\)" + full;
-}
-
 // FolderMaker
 
-bool FolderMaker::Make(std::wstring_view folder) {
+bool FolderMaker::Make(const std::wstring& folder) {
     m_created.clear();
-    m_path = SystemPath(folder);
+    m_path = AbsoluteSystemPath(folder.c_str());
     while (!m_path.empty() && IsSeparator(m_path.back()))
         m_path.pop_back();
     if (m_path.empty()) return false;

@@ -1,27 +1,22 @@
 /// @file
-/// Files that appear only when they are complete, and paths beyond 260 characters.
+/// Files that appear only when they are complete, and the folders that they stand in.
 #ifndef TARNU_ARCHIVE_ZIPFILESINTERNAL_H
 #define TARNU_ARCHIVE_ZIPFILESINTERNAL_H
 
+#include "tarnu/support/ExtendedPath.h"
 #include "tarnu/support/Owners.h"
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tarnu::support {
-
-/// The path in the form that the system takes at any length: unchanged while it is short, absolute with the prefix
-/// "\\?\" otherwise. Empty when the system can't make sense of
-/// it, or it is longer than any path.
-std::wstring SystemPath(std::wstring_view path);
 
 /// Creates the folders of a path that are missing, outermost first.
 class FolderMaker {
 public:
     /// @return true when the folder exists at the end
-    bool Make(std::wstring_view folder);
+    bool Make(const std::wstring& folder);
     /// Removes again what the last Make made.
     void Undo() noexcept;
 

@@ -1,14 +1,12 @@
 #include "tarnu/archive/ZipPathInternal.h"
 
+#include "tarnu/support/ExtendedPath.h"
+
 #include <algorithm>
 #include <iterator>
 
 namespace tarnu::support {
 namespace {
-
-bool IsSeparator(wchar_t character) noexcept {
-    return character == L'\\' || character == L'/';
-}
 
 wchar_t UpperAscii(wchar_t character) noexcept {
     return character >= L'a' && character <= L'z' ? static_cast<wchar_t>(character - 32) : character;

@@ -6,10 +6,6 @@ namespace tarnu::support {
 
 namespace {
 
-bool IsSeparator(wchar_t character) noexcept {
-    return character == L'\\' || character == L'/';
-}
-
 bool MakeOne(const wchar_t* directory) {
     const DWORD attributes = ::GetFileAttributesW(directory);
     if (attributes == INVALID_FILE_ATTRIBUTES) return ::CreateDirectoryW(directory, nullptr) != FALSE;

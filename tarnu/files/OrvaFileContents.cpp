@@ -18,16 +18,13 @@ using tarnu::support::FullPath;
 using tarnu::support::HasWildcards;
 using tarnu::support::IsBlank;
 using tarnu::support::IsDevice;
+using tarnu::support::IsSeparator;
 using tarnu::support::Replacement;
 using tarnu::support::UniqueFileHandle;
 using tarnu::support::UniqueFindHandle;
 
 /// Largest block that is handed to one read or write.
 constexpr DWORD blockSize = 1u << 30;
-
-bool IsSeparator(wchar_t character) noexcept {
-    return character == L'\\' || character == L'/';
-}
 
 /// Finds an entry as a listing of its directory would.
 bool IsListed(const std::wstring& fullPath) {

@@ -43,6 +43,36 @@ inline std::wstring ExtendedPath(const std::wstring& fullPath) {
     return L"\\\\?\\" + fullPath;
 }
 
+inline bool IsSeparator(wchar_t character) noexcept {
+    return character == L'\\' || character == L'/';
+}
+
+/// True for a path with a drive and a root, or a server.
+inline bool IsAbsolutePath(const wchar_t* path) noexcept {
+    return path[0] != L'\0' &&
+           ((path[1] == L':' && IsSeparator(path[2])) || (IsSeparator(path[0]) && IsSeparator(path[1])));
+}
+
+/// From this length on a path is given to the system in extended form. Directories are limited to 248 characters, so
+/// that an 8.3 name still fits below them.
+inline constexpr std::size_t longPathFrom = MAX_PATH - 12;
+
+/// True when the system takes a path as it is, whatever the current directory.
+inline bool IsSystemPath(const wchar_t* path) noexcept {
+    return IsExtendedPath(path) || (IsAbsolutePath(path) && std::wcslen(path) < longPathFrom);
+}
+
+/// A path in the form that the system takes at any length, absolute, so that it stays the same when the current
+/// directory changes. Empty, with the last error set, when there is none.
+inline std::wstring AbsoluteSystemPath(const wchar_t* path) {
+    constexpr std::size_t maxLength = 32767;
+    std::wstring absolute = IsSystemPath(path) ? std::wstring(path) : FullPath(path);
+    if (absolute.size() >= longPathFrom) absolute = ExtendedPath(absolute);
+    if (absolute.size() < maxLength) return absolute;
+    ::SetLastError(ERROR_FILENAME_EXCED_RANGE);
+    return {};
+}
+
 /// A path in the form that the system takes at any length: a long one absolute and behind "\\?\", any other as it is.
 /// Refers to the text that it was made from, which must outlive it.
 class SystemPath {
@@ -50,22 +80,19 @@ public:
     /// @param patternLength of the search pattern at the end of the path, in characters: the pattern stays as it is,
     ///                      where the absolute form would lose the point of "*."
     explicit SystemPath(const wchar_t* path, std::size_t patternLength = 0) : m_path(path) {
-        // Directories are limited to 248 characters, so that an 8.3 name still fits below them.
-        constexpr std::size_t longFrom = MAX_PATH - 12;
-        const std::size_t length = std::wcslen(path);
-        if (IsExtendedPath(path) || (IsAbsolute(path) && length < longFrom)) return;
+        if (IsSystemPath(path)) return;
         // A short relative path may still be a long one, below a long current directory.
         std::wstring full;
         if (patternLength == 0) {
             full = FullPath(path);
         } else {
-            const std::wstring directory(path, length - patternLength);
+            const std::wstring directory(path, std::wcslen(path) - patternLength);
             full = FullPath(directory.empty() ? L"." : directory.c_str());
             if (full.empty()) return;
             if (full.back() != L'\\') full += L'\\';
             full.append(path + directory.size(), patternLength);
         }
-        if (full.size() < longFrom) return;
+        if (full.size() < longPathFrom) return;
         m_extended = ExtendedPath(full);
         m_path = m_extended.c_str();
     }
@@ -75,12 +102,6 @@ public:
     const wchar_t* Get() const noexcept { return m_path; }
 
 private:
-    static bool IsSeparator(wchar_t character) noexcept { return character == L'\\' || character == L'/'; }
-    static bool IsAbsolute(const wchar_t* path) noexcept {
-        return path[0] != L'\0' &&
-               ((path[1] == L':' && IsSeparator(path[2])) || (IsSeparator(path[0]) && IsSeparator(path[1])));
-    }
-
     const wchar_t* m_path;
     std::wstring m_extended;
 };

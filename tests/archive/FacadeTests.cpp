@@ -18,10 +18,7 @@ using tarnu::test::WriteFile;
 namespace {
 
 std::wstring Data(const wchar_t* name) {
-    std::wstring path = std::wstring(TARNU_TEST_DATA) + L"/" + name;
-    for (wchar_t& character : path)
-        if (character == L'/') character = L'\\';
-    return path;
+    return std::wstring(TARNU_TEST_DATA) + L"\\" + name;
 }
 
 void Fill(CStringList& list, std::initializer_list<std::wstring> paths) {

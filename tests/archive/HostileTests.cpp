@@ -13,9 +13,7 @@ namespace {
 using namespace tarnu::test;
 
 std::string Sample(const wchar_t* name) {
-    std::wstring path = std::wstring(TARNU_TEST_DATA) + L"\\" + name;
-    std::replace(path.begin(), path.end(), L'/', L'\\'); // for the prefix of long paths
-    return ReadFile(path);
+    return ReadFile(std::wstring(TARNU_TEST_DATA) + L"\\" + name);
 }
 
 /// "abc", deflated into a block of its own.

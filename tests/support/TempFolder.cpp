@@ -2,6 +2,7 @@
 
 #include "tarnu/support/Owners.h"
 
+#include <algorithm>
 #include <atomic>
 #include <gtest/gtest.h>
 
@@ -11,8 +12,9 @@ namespace {
 using support::UniqueFileHandle;
 using support::UniqueFindHandle;
 
-/// Lifts the length limit of 260 characters.
-std::wstring Long(const std::wstring& path) {
+/// Lifts the length limit of 260 characters. Behind the prefix only backslashes separate.
+std::wstring Long(std::wstring path) {
+    std::replace(path.begin(), path.end(), L'/', L'\\');
     return path.starts_with(L"\\\\") ? path : L"\\\\?\\" + path;
 }
 
