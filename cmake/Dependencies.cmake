@@ -1,8 +1,12 @@
-# zlib, minizip, CLI11 and GoogleTest.
+# zlib, minizip, libdeflate, CLI11 and GoogleTest.
 #
-# The cross build takes zlib from the mingw-w64 package, and minizip and GoogleTest as sources: minizip from
-# TARNU_MINIZIP_SOURCE (./run fetches the distribution's source package there), GoogleTest from /usr/src/googletest.
-# Everywhere else, and for package managers that cross-build, all of them are CMake packages (vcpkg.json, packaging/).
+# The cross build takes zlib from the mingw-w64 package, the others as sources: minizip and libdeflate from
+# TARNU_MINIZIP_SOURCE and TARNU_LIBDEFLATE_SOURCE (./run fetches the distribution's source packages there), GoogleTest
+# from /usr/src/googletest. Everywhere else, and for package managers that cross-build, all of them are CMake packages
+# (vcpkg.json, packaging/).
+
+option(TARNU_LIBDEFLATE "Compress and decompress archive entries that fit in memory with libdeflate; zlib does all of \
+them without" ON)
 
 set(packages ON)
 if(CMAKE_CROSSCOMPILING)
@@ -32,6 +36,23 @@ if(NOT TARNU_USE_PACKAGES)
     target_link_libraries(tarnu_minizip PUBLIC tarnu_zlib)
     target_compile_options(tarnu_minizip PRIVATE -w)
 
+    if(TARNU_LIBDEFLATE)
+        set(TARNU_LIBDEFLATE_SOURCE ${PROJECT_SOURCE_DIR}/build/libdeflate CACHE PATH
+            "Folder with the libdeflate sources")
+        if(NOT EXISTS ${TARNU_LIBDEFLATE_SOURCE}/libdeflate.h)
+            message(FATAL_ERROR "No libdeflate sources in ${TARNU_LIBDEFLATE_SOURCE}: use ./run, which fetches them, "
+                                "set TARNU_LIBDEFLATE_SOURCE, or set TARNU_LIBDEFLATE to OFF")
+        endif()
+        file(GLOB libdeflate_sources ${TARNU_LIBDEFLATE_SOURCE}/lib/x86/*.c)
+        foreach(name crc32 deflate_compress deflate_decompress utils)
+            list(APPEND libdeflate_sources ${TARNU_LIBDEFLATE_SOURCE}/lib/${name}.c)
+        endforeach()
+        add_library(tarnu_libdeflate STATIC ${libdeflate_sources})
+        target_include_directories(tarnu_libdeflate SYSTEM PUBLIC ${TARNU_LIBDEFLATE_SOURCE})
+        # Optimised in every build: the tests compress a lot, and this code is not what they look for faults in.
+        target_compile_options(tarnu_libdeflate PRIVATE -w -O2)
+    endif()
+
     if(TARNU_BUILD_TOOLS)
         # A header-only library of the build machine: linked alone, so that no other host header is seen.
         find_path(TARNU_CLI11_INCLUDE_DIR CLI/CLI.hpp PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
@@ -54,6 +75,12 @@ else()
     add_library(tarnu_zlib ALIAS ZLIB::ZLIB)
     find_package(unofficial-minizip CONFIG REQUIRED)
     add_library(tarnu_minizip ALIAS unofficial::minizip::minizip)
+    if(TARNU_LIBDEFLATE)
+        find_package(libdeflate CONFIG REQUIRED)
+        add_library(tarnu_libdeflate INTERFACE)
+        target_link_libraries(tarnu_libdeflate INTERFACE
+            $<IF:$<TARGET_EXISTS:libdeflate::libdeflate_static>,libdeflate::libdeflate_static,libdeflate::libdeflate_shared>)
+    endif()
     if(TARNU_BUILD_TOOLS)
         find_package(CLI11 CONFIG REQUIRED)
         add_library(tarnu_cli11 ALIAS CLI11::CLI11)

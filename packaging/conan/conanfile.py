@@ -46,6 +46,7 @@ class TarnuWin32UtilsConan(ConanFile):
 
     def requirements(self):
         self.requires("zlib/[>=1.2.13 <2]")
+        self.requires("libdeflate/[>=1.14 <2]")
         self.requires("minizip/[>=1.2.13 <2]")
         if self.options.tools:
             self.requires("cli11/[>=2.3 <3]")

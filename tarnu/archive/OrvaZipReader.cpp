@@ -1,5 +1,6 @@
 #include "tarnu/archive/OrvaZipReader.h"
 
+#include "tarnu/archive/ZipCodecInternal.h"
 #include "tarnu/archive/ZipExtractInternal.h"
 #include "tarnu/archive/ZipFilesInternal.h"
 #include "tarnu/archive/ZipFormatInternal.h"
@@ -170,7 +171,14 @@ private:
     OrvaZipResult BeginCipher(const Record& record);
     /// The next piece of compressed data, deciphered. Null when there is none.
     const std::uint8_t* NextInput(std::size_t& size);
+    /// Decodes the whole entry at once, when its data stands in memory or fits there.
+    /// @return false when that was not possible, or the data is damaged; nothing has been taken from the archive then
+    bool InflateBlock(std::uint8_t* buffer, std::size_t size);
+    OrvaZipResult BeginInflate() noexcept;
     OrvaZipResult Inflate(std::uint8_t* buffer, std::size_t size, std::size_t& written);
+    /// One step of the stream.
+    /// @param size  of the buffer; receives how much was written, also on failure
+    OrvaZipResult InflateSome(std::uint8_t* buffer, std::size_t& size);
     OrvaZipResult CopyStored(std::uint8_t* buffer, std::size_t size, std::size_t& written);
     /// At the declared end of the data: nothing may be left on either side.
     OrvaZipResult Verify();
@@ -190,8 +198,11 @@ private:
     std::uint32_t m_crc = 0;
     std::optional<ZipCipher> m_cipher;
     std::unique_ptr<std::uint8_t[]> m_plain; ///< deciphered input
+    BlockBuffer m_block;                     ///< compressed data of an entry that is decoded at once
+    BlockInflater m_blockInflater;
     z_stream m_inflate{};
     bool m_inflateReady = false;
+    bool m_inflateBegun = false; ///< for this entry
     bool m_inflateEnded = false;
 };
 
@@ -255,7 +266,7 @@ OrvaZipResult OrvaZipReader::Core::ReadRecord(std::vector<std::uint8_t>& name, s
     record.flags = static_cast<std::uint16_t>(info.flag);
     record.time = static_cast<std::uint16_t>(info.dosDate);
     record.nameSize = static_cast<std::uint16_t>(info.size_filename);
-    record.nameCrc = static_cast<std::uint32_t>(::crc32(0, name.data(), static_cast<uInt>(info.size_filename)));
+    record.nameCrc = Crc32(0, name.data(), info.size_filename);
 
     OrvaZipEntry& entry = record.entry;
     entry.name = DecodeName(bytes, record.flags, extra.data(), info.size_file_extra);
@@ -299,12 +310,8 @@ OrvaZipResult OrvaZipReader::Core::OpenEntry(std::size_t index) {
         if (entry.size != m_inputLeft) return OrvaZipCorrupt;
     } else {
         if (entry.size / maxRatio > m_inputLeft) return OrvaZipCorrupt;
-        m_inflate.next_in = nullptr;
-        m_inflate.avail_in = 0;
-        const int status = m_inflateReady ? ::inflateReset(&m_inflate) : ::inflateInit2(&m_inflate, -MAX_WBITS);
-        if (status != Z_OK) return status == Z_MEM_ERROR ? OrvaZipNoMemory : OrvaZipFlateFailed;
-        m_inflateReady = true;
     }
+    m_inflateBegun = false;
     m_inflateEnded = entry.size == 0 && m_inputLeft == 0; // some programs write nothing for nothing
     m_left = entry.size;
     m_crc = 0;
@@ -335,14 +342,14 @@ bool OrvaZipReader::Core::IsLocalHeaderOf(const Record& record, std::uint64_t he
     std::uint8_t flags[2];
     if (!m_source.Read(header + 6, flags, sizeof flags)) return false;
     if (((ReadField<std::uint16_t>(flags) ^ record.flags) & flagEncrypted) != 0) return false;
-    uLong crc = ::crc32(0, nullptr, 0);
+    std::uint32_t crc = 0;
     std::uint64_t place = header + localSize;
     for (std::size_t left = record.nameSize; left > 0;) {
         std::size_t available;
         const std::uint8_t* bytes = m_source.View(place, available);
         if (bytes == nullptr) return false;
         const std::size_t count = std::min(left, available);
-        crc = ::crc32(crc, bytes, static_cast<uInt>(count));
+        crc = Crc32(crc, bytes, count);
         place += count;
         left -= count;
     }
@@ -397,28 +404,77 @@ const std::uint8_t* OrvaZipReader::Core::NextInput(std::size_t& size) {
     return bytes;
 }
 
+bool OrvaZipReader::Core::InflateBlock(std::uint8_t* buffer, std::size_t size) {
+    if (m_inputLeft > maxBlock || !BlockInflater::IsAvailable()) return false;
+    const auto inputSize = static_cast<std::size_t>(m_inputLeft); // the archive has as many bytes there
+    std::size_t available = 0;
+    const std::uint8_t* input = m_source.View(m_place, available, inputSize);
+    if (m_cipher || available < inputSize) {
+        std::uint8_t* const block = m_block.Get(inputSize);
+        if (block == nullptr || !m_source.Read(m_place, block, inputSize)) return false;
+        if (m_cipher) ZipCipher(*m_cipher).Decrypt(block, inputSize);
+        input = block;
+    }
+    if (input == nullptr || !m_blockInflater.Decompress(input, inputSize, buffer, size)) return false;
+    m_place += inputSize;
+    m_inputLeft = 0;
+    m_inflateEnded = true;
+    return true;
+}
+
+OrvaZipResult OrvaZipReader::Core::BeginInflate() noexcept {
+    m_inflate.next_in = nullptr;
+    m_inflate.avail_in = 0;
+    const int status = m_inflateReady ? ::inflateReset(&m_inflate) : ::inflateInit2(&m_inflate, -MAX_WBITS);
+    if (status != Z_OK) return status == Z_MEM_ERROR ? OrvaZipNoMemory : OrvaZipFlateFailed;
+    m_inflateReady = m_inflateBegun = true;
+    return OrvaZipSuccess;
+}
+
 OrvaZipResult OrvaZipReader::Core::Inflate(std::uint8_t* buffer, std::size_t size, std::size_t& written) {
+    if (size == 0) return OrvaZipSuccess;
+    if (!m_inflateBegun) {
+        // A damaged entry comes here, too: the stream gives what is good of it, and says what is wrong with it.
+        if (size == m_open->entry.size && InflateBlock(buffer, size)) {
+            written = size;
+            return OrvaZipSuccess;
+        }
+        const OrvaZipResult result = BeginInflate();
+        if (result != OrvaZipSuccess) return result;
+    }
     while (written < size) {
         if (m_inflateEnded) return OrvaZipCorrupt; // less data than declared
-        if (m_inflate.avail_in == 0) {
-            std::size_t count = 0;
-            const std::uint8_t* bytes = NextInput(count);
-            if (bytes == nullptr) return Damaged();
-            m_inflate.next_in = const_cast<Bytef*>(bytes); // zlib declares it for writing but only reads
-            m_inflate.avail_in = static_cast<uInt>(count);
-        }
-        const std::size_t offered = std::min(size - written, maxPiece);
-        m_inflate.next_out = buffer + written;
-        m_inflate.avail_out = static_cast<uInt>(offered);
-        const int status = ::inflate(&m_inflate, Z_SYNC_FLUSH);
-        written += offered - m_inflate.avail_out;
-        if (status == Z_STREAM_END) {
-            m_inflateEnded = true;
-        } else if (status != Z_OK && status != Z_BUF_ERROR) {
-            return status == Z_MEM_ERROR ? OrvaZipNoMemory : OrvaZipCorrupt;
-        }
+        std::size_t count = std::min(size - written, maxPiece);
+        const OrvaZipResult result = InflateSome(buffer + written, count);
+        written += count;
+        if (result != OrvaZipSuccess) return result;
     }
     return OrvaZipSuccess;
+}
+
+OrvaZipResult OrvaZipReader::Core::InflateSome(std::uint8_t* buffer, std::size_t& size) {
+    bool hasInput = m_inflate.avail_in > 0;
+    if (!hasInput && m_inputLeft > 0) {
+        std::size_t count = 0;
+        const std::uint8_t* bytes = NextInput(count);
+        if (bytes == nullptr) {
+            size = 0;
+            return Damaged();
+        }
+        m_inflate.next_in = const_cast<Bytef*>(bytes); // zlib declares it for writing but only reads
+        m_inflate.avail_in = static_cast<uInt>(count);
+        hasInput = true;
+    }
+    // Also without input: the last of it may stand for more than there was room for so far.
+    m_inflate.next_out = buffer;
+    m_inflate.avail_out = static_cast<uInt>(size);
+    const int status = ::inflate(&m_inflate, Z_SYNC_FLUSH);
+    const bool isStuck = !hasInput && m_inflate.avail_out == size;
+    size -= m_inflate.avail_out;
+    m_inflateEnded = status == Z_STREAM_END;
+    if (m_inflateEnded) return OrvaZipSuccess;
+    if (status == Z_MEM_ERROR) return OrvaZipNoMemory;
+    return (status == Z_OK || status == Z_BUF_ERROR) && !isStuck ? OrvaZipSuccess : OrvaZipCorrupt;
 }
 
 OrvaZipResult OrvaZipReader::Core::CopyStored(std::uint8_t* buffer, std::size_t size, std::size_t& written) {
@@ -441,26 +497,15 @@ OrvaZipResult OrvaZipReader::Core::Verify() {
     const OrvaZipEntry& entry = m_open->entry;
     if (entry.method == methodDeflate) {
         // The end of the stream may not have been seen yet. It must come without any further byte of data.
-        std::uint8_t surplus;
         while (!m_inflateEnded) {
-            if (m_inflate.avail_in == 0) {
-                std::size_t count = 0;
-                const std::uint8_t* bytes = NextInput(count);
-                if (bytes == nullptr) return Damaged();
-                m_inflate.next_in = const_cast<Bytef*>(bytes);
-                m_inflate.avail_in = static_cast<uInt>(count);
-            }
-            m_inflate.next_out = &surplus;
-            m_inflate.avail_out = 1;
-            const int status = ::inflate(&m_inflate, Z_SYNC_FLUSH);
-            if (m_inflate.avail_out == 0) return OrvaZipCorrupt;
-            if (status == Z_STREAM_END) {
-                m_inflateEnded = true;
-            } else if (status != Z_OK && status != Z_BUF_ERROR) {
-                return OrvaZipCorrupt;
-            }
+            std::uint8_t surplus;
+            std::size_t count = 1;
+            OrvaZipResult result = m_inflateBegun ? OrvaZipSuccess : BeginInflate();
+            if (result == OrvaZipSuccess) result = InflateSome(&surplus, count);
+            if (result != OrvaZipSuccess) return result;
+            if (count > 0) return OrvaZipCorrupt;
         }
-        if (m_inflate.avail_in > 0 || m_inputLeft > 0) return OrvaZipCorrupt;
+        if ((m_inflateBegun && m_inflate.avail_in > 0) || m_inputLeft > 0) return OrvaZipCorrupt;
     }
     return m_crc == entry.crc ? OrvaZipSuccess : OrvaZipCorrupt;
 }
@@ -472,11 +517,7 @@ OrvaZipResult OrvaZipReader::Core::ReadEntry(void* buffer, std::size_t size, std
     auto* bytes = static_cast<std::uint8_t*>(buffer);
     OrvaZipResult result =
         m_open->entry.method == methodDeflate ? Inflate(bytes, wanted, read) : CopyStored(bytes, wanted, read);
-    for (std::size_t done = 0; done < read;) {
-        const std::size_t count = std::min(read - done, maxPiece);
-        m_crc = static_cast<std::uint32_t>(::crc32(m_crc, bytes + done, static_cast<uInt>(count)));
-        done += count;
-    }
+    m_crc = Crc32(m_crc, bytes, read);
     m_left -= read;
     if (result == OrvaZipSuccess) result = m_left > 0 ? OrvaZipMore : Verify();
     if (result != OrvaZipMore) CloseEntry();

@@ -1,5 +1,6 @@
 #include "tarnu/archive/OrvaZipWriter.h"
 
+#include "tarnu/archive/ZipCodecInternal.h"
 #include "tarnu/archive/ZipFormatInternal.h"
 #include "tarnu/archive/ZipOutputInternal.h"
 #include "tarnu/archive/ZipResultInternal.h"
@@ -63,8 +64,8 @@ private:
 
 class HandleInput final : public Input {
 public:
-    HandleInput(HANDLE handle, ULONGLONG size, std::uint8_t* buffer) noexcept
-        : m_handle(handle), m_left(size), m_buffer(buffer) {}
+    HandleInput(HANDLE handle, ULONGLONG size, std::uint8_t* buffer, std::size_t capacity) noexcept
+        : m_handle(handle), m_left(size), m_buffer(buffer), m_capacity(capacity) {}
 
     OrvaZipResult Next(const std::uint8_t*& data, std::size_t& size) override {
         data = m_buffer;
@@ -72,7 +73,7 @@ public:
         // What a file has gained since it was opened is not asked for: that spares the read that finds its end.
         if (m_left == 0) return OrvaZipSuccess;
         DWORD read = 0;
-        const auto count = static_cast<DWORD>(std::min<ULONGLONG>(m_left, inputBuffer));
+        const auto count = static_cast<DWORD>(std::min<ULONGLONG>(m_left, m_capacity));
         if (!::ReadFile(m_handle, m_buffer, count, &read, nullptr)) {
             if (m_left == unknownSize && ::GetLastError() == ERROR_BROKEN_PIPE) return OrvaZipSuccess; // a pipe's end
             return OrvaZipReadFailed;
@@ -89,6 +90,7 @@ private:
     HANDLE m_handle;
     ULONGLONG m_left;
     std::uint8_t* m_buffer;
+    std::size_t m_capacity;
 };
 
 FILETIME Now() noexcept {
@@ -168,8 +170,14 @@ public:
     }
 
     OrvaZipResult AddFromHandle(const wchar_t* name, const NewEntry& entry, HANDLE handle) {
-        if (!m_input) m_input.reset(new std::uint8_t[inputBuffer]);
-        HandleInput input(handle, entry.size, m_input.get());
+        // Data that is to be compressed comes in one piece when there is memory for it, so that it can be one block.
+        const bool isBlock = entry.size > inputBuffer && entry.size <= maxBlock && BlockDeflater::IsAvailable() &&
+                             MethodFor(name, /*isDirectory=*/false) == methodDeflate;
+        std::size_t capacity = isBlock ? static_cast<std::size_t>(entry.size) : inputBuffer;
+        std::uint8_t* buffer = m_input.Get(capacity);
+        if (buffer == nullptr) buffer = m_input.Get(capacity = inputBuffer);
+        if (buffer == nullptr) return OrvaZipNoMemory;
+        HandleInput input(handle, entry.size, buffer, capacity);
         return Add(name, entry, input);
     }
 
@@ -197,7 +205,11 @@ private:
         std::uint32_t crc = 0;
     };
 
-    OrvaZipResult WriteData(Input& input, std::uint16_t method, ZipCipher* cipher, Sizes& sizes);
+    OrvaZipResult WriteData(Input& input, ULONGLONG declared, std::uint16_t method, ZipCipher* cipher, Sizes& sizes);
+    /// Compresses an entry that is there as a whole.
+    /// @return false when that is not possible here; nothing has been written then
+    bool WriteBlock(const std::uint8_t* data, std::size_t size, ZipCipher* cipher, OrvaZipResult& result);
+    OrvaZipResult BeginDeflate() noexcept;
     OrvaZipResult WriteDeflated(const std::uint8_t* data, std::size_t size, bool last, ZipCipher* cipher);
     OrvaZipResult WriteStored(const std::uint8_t* data, std::size_t size, ZipCipher* cipher);
     /// A failure to write the archive, as opposed to one in reading an entry.
@@ -209,7 +221,9 @@ private:
     ZipOutput m_output;
     std::string m_password;
     std::vector<std::uint8_t> m_directory; ///< the central directory's records so far
-    std::unique_ptr<std::uint8_t[]> m_input;
+    BlockBuffer m_input;
+    BlockBuffer m_block; ///< what a large entry is compressed into
+    BlockDeflater m_blockDeflater;
     z_stream m_deflate{};
     bool m_deflateReady = false;
     bool m_failed = false;
@@ -266,7 +280,7 @@ OrvaZipResult OrvaZipWriter::Core::Add(const wchar_t* name, const NewEntry& entr
         if (result != OrvaZipSuccess) return Fail(result);
     }
     const std::uint64_t data = m_output.Position() - (isEncrypted ? ZipCipher::headerSize : 0);
-    result = WriteData(input, method, cipher ? &*cipher : nullptr, sizes);
+    result = WriteData(input, entry.size, method, cipher ? &*cipher : nullptr, sizes);
     sizes.stored = m_output.Position() - data;
     if (result == OrvaZipSuccess && !has64 && (sizes.plain >= sizeIn64 || sizes.stored >= sizeIn64)) {
         result = OrvaZipWrongSize;
@@ -330,25 +344,54 @@ OrvaZipResult OrvaZipWriter::Core::Add(const wchar_t* name, const NewEntry& entr
     return OrvaZipSuccess;
 }
 
-OrvaZipResult OrvaZipWriter::Core::WriteData(Input& input, std::uint16_t method, ZipCipher* cipher, Sizes& sizes) {
-    if (method == methodDeflate) {
-        const int status = m_deflateReady ? ::deflateReset(&m_deflate)
-                                          : ::deflateInit2(&m_deflate, Z_DEFAULT_COMPRESSION, Z_DEFLATED, -MAX_WBITS,
-                                                           MAX_MEM_LEVEL - 1, Z_DEFAULT_STRATEGY);
-        if (status != Z_OK) return status == Z_MEM_ERROR ? OrvaZipNoMemory : OrvaZipFlateFailed;
-        m_deflateReady = true;
-    }
-    for (;;) {
+OrvaZipResult OrvaZipWriter::Core::WriteData(Input& input, ULONGLONG declared, std::uint16_t method, ZipCipher* cipher,
+                                             Sizes& sizes) {
+    for (bool isFirst = true;; isFirst = false) {
         const std::uint8_t* data;
         std::size_t size;
         OrvaZipResult result = input.Next(data, size);
         if (result != OrvaZipSuccess) return result;
-        sizes.crc = static_cast<std::uint32_t>(::crc32(sizes.crc, data, static_cast<uInt>(size)));
+        sizes.crc = Crc32(sizes.crc, data, size);
         sizes.plain += size;
-        result =
-            method == methodDeflate ? WriteDeflated(data, size, size == 0, cipher) : WriteStored(data, size, cipher);
+        if (method == methodStored) {
+            result = WriteStored(data, size, cipher);
+        } else {
+            if (isFirst) {
+                if (size == declared && WriteBlock(data, size, cipher, result)) return Fail(result);
+                result = BeginDeflate();
+                if (result != OrvaZipSuccess) return result;
+            }
+            result = WriteDeflated(data, size, size == 0, cipher);
+        }
         if (result != OrvaZipSuccess || size == 0) return Fail(result);
     }
+}
+
+bool OrvaZipWriter::Core::WriteBlock(const std::uint8_t* data, std::size_t size, ZipCipher* cipher,
+                                     OrvaZipResult& result) {
+    if (size < minBlock || size > maxBlock || !BlockDeflater::IsAvailable()) return false;
+    const std::size_t bound = BlockDeflater::Bound(size);
+    std::uint8_t* const room = m_output.RoomFor(bound, result);
+    if (result != OrvaZipSuccess) return true;
+    std::uint8_t* const block = room != nullptr ? room : m_block.Get(bound);
+    const std::size_t written = block != nullptr ? m_blockDeflater.Compress(data, size, block, bound) : 0;
+    if (written == 0) return false;
+    if (cipher != nullptr) cipher->Encrypt(block, written);
+    if (room != nullptr) {
+        m_output.Advance(written);
+    } else {
+        result = m_output.Write(block, written);
+    }
+    return true;
+}
+
+OrvaZipResult OrvaZipWriter::Core::BeginDeflate() noexcept {
+    const int status = m_deflateReady ? ::deflateReset(&m_deflate)
+                                      : ::deflateInit2(&m_deflate, Z_DEFAULT_COMPRESSION, Z_DEFLATED, -MAX_WBITS,
+                                                       MAX_MEM_LEVEL - 1, Z_DEFAULT_STRATEGY);
+    if (status != Z_OK) return status == Z_MEM_ERROR ? OrvaZipNoMemory : OrvaZipFlateFailed;
+    m_deflateReady = true;
+    return OrvaZipSuccess;
 }
 
 OrvaZipResult OrvaZipWriter::Core::WriteDeflated(const std::uint8_t* data, std::size_t size, bool last,
@@ -358,7 +401,7 @@ OrvaZipResult OrvaZipWriter::Core::WriteDeflated(const std::uint8_t* data, std::
     for (;;) {
         std::size_t available;
         OrvaZipResult result;
-        std::uint8_t* room = m_output.Room(available, result);
+        std::uint8_t* room = m_output.AnyRoom(available, result);
         if (room == nullptr) return result;
         const std::size_t offered = std::min(available, maxPiece);
         m_deflate.next_out = room;
@@ -378,7 +421,7 @@ OrvaZipResult OrvaZipWriter::Core::WriteStored(const std::uint8_t* data, std::si
     while (size > 0) {
         std::size_t available;
         OrvaZipResult result;
-        std::uint8_t* room = m_output.Room(available, result);
+        std::uint8_t* room = m_output.AnyRoom(available, result);
         if (room == nullptr) return result;
         const std::size_t count = std::min(size, available);
         std::memcpy(room, data, count);

@@ -33,7 +33,7 @@ OrvaZipResult ZipOutput::CreateMemory(std::size_t maximum) {
     return OrvaZipSuccess;
 }
 
-std::uint8_t* ZipOutput::Room(std::size_t& available, OrvaZipResult& result) noexcept {
+std::uint8_t* ZipOutput::AnyRoom(std::size_t& available, OrvaZipResult& result) noexcept {
     result = OrvaZipSuccess;
     if (m_used == m_capacity) {
         if (!IsMemory()) {
@@ -57,12 +57,22 @@ std::uint8_t* ZipOutput::Room(std::size_t& available, OrvaZipResult& result) noe
     return result == OrvaZipSuccess ? m_buffer.Get() + m_used : nullptr;
 }
 
+std::uint8_t* ZipOutput::RoomFor(std::size_t size, OrvaZipResult& result) noexcept {
+    result = OrvaZipSuccess;
+    if (m_capacity - m_used < size) {
+        // A memory archive grows by what is written, not by what might have been.
+        if (IsMemory() || m_capacity < size) return nullptr;
+        result = Flush();
+    }
+    return result == OrvaZipSuccess ? m_buffer.Get() + m_used : nullptr;
+}
+
 OrvaZipResult ZipOutput::Write(const void* data, std::size_t size) noexcept {
     const auto* bytes = static_cast<const std::uint8_t*>(data);
     while (size > 0) {
         std::size_t available;
         OrvaZipResult result;
-        std::uint8_t* room = Room(available, result);
+        std::uint8_t* room = AnyRoom(available, result);
         if (room == nullptr) return result;
         if (m_used == 0 && size >= m_capacity && !IsMemory()) {
             // Large blocks need not pass through the buffer.

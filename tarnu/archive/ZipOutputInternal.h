@@ -25,7 +25,9 @@ public:
     std::uint64_t Position() const noexcept { return m_base + m_used; }
     /// Room for at least one byte behind what was written, to be filled and then counted in with Advance. Null after a
     /// failure, which @p result tells.
-    std::uint8_t* Room(std::size_t& available, OrvaZipResult& result) noexcept;
+    std::uint8_t* AnyRoom(std::size_t& available, OrvaZipResult& result) noexcept;
+    /// Room for @p size bytes in one piece. Null with success when the buffer does not hold as much.
+    std::uint8_t* RoomFor(std::size_t size, OrvaZipResult& result) noexcept;
     void Advance(std::size_t count) noexcept { m_used += count; }
     OrvaZipResult Write(const void* data, std::size_t size) noexcept;
     /// Replaces bytes that were written before.

@@ -34,14 +34,18 @@ void ZipSource::OpenMemory(const void* data, std::size_t size) noexcept {
     m_size = size;
 }
 
-const std::uint8_t* ZipSource::View(std::uint64_t offset, std::size_t& available) noexcept {
+const std::uint8_t* ZipSource::View(std::uint64_t offset, std::size_t& available, std::size_t wanted) noexcept {
     if (offset >= m_size) return nullptr;
     if (m_memory != nullptr) {
         available = static_cast<std::size_t>(m_size - offset);
         return m_memory + offset;
     }
     Window& window = m_windows[offset >= m_directory ? 1 : 0];
-    if (offset < window.start || offset - window.start >= window.used) {
+    const bool isShown = offset >= window.start && offset - window.start < window.used;
+    const bool isWhole = isShown && window.used - (offset - window.start) >= wanted;
+    // What a new window could not show either is not worth reading it for.
+    const bool couldBe = wanted <= window.capacity - alignment && wanted <= m_size - offset;
+    if (!isShown || (!isWhole && window.capacity > alignment && couldBe)) {
         if (!Fill(window, offset)) return nullptr;
     }
     const auto at = static_cast<std::size_t>(offset - window.start);

@@ -28,7 +28,8 @@ public:
 
     /// The bytes from @p offset on, at least one; null behind the end or when reading failed. They are valid until the
     /// next call.
-    const std::uint8_t* View(std::uint64_t offset, std::size_t& available) noexcept;
+    /// @param wanted  bytes that are shown in one piece, when they are there and the window is that large
+    const std::uint8_t* View(std::uint64_t offset, std::size_t& available, std::size_t wanted = 1) noexcept;
     /// Copies @p size bytes; false when not all of them are there.
     bool Read(std::uint64_t offset, void* buffer, std::size_t size) noexcept;
     /// The system refused to read since the archive was opened.

@@ -14,7 +14,7 @@ using namespace tarnu::test;
 using tarnu::support::UniqueFileHandle;
 
 std::wstring Data(const wchar_t* name) {
-    return std::wstring(TARNU_TEST_DATA) + L"/" + name;
+    return std::wstring(TARNU_TEST_DATA) + L"\\" + name;
 }
 
 std::string Extracted(OrvaZipReader& reader, ULONGLONG index) {
@@ -84,6 +84,72 @@ TEST(ZipReader, HandsOutEntriesInPieces) {
     OrvaZipReader reader;
     ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(empty.data(), empty.size()));
     EXPECT_EQ(OrvaZipSuccess, reader.ExtractToMemory(0, nullptr, 0));
+}
+
+TEST(ZipReader, GivesOutWhatTheLastInputStandsFor) {
+    // A run that is far longer than its input: the input has long been taken when the last of it is read.
+    const std::string data(1000, 'a');
+    const RawEntry run{.name = "run",
+                       .data = {"\x4B\x4C\x1C\x05\xA3\x60\x14\x0C\x77\x00\x00", 11},
+                       .method = 8,
+                       .crc = Crc32(data),
+                       .size = 1000};
+    const std::string bytes = RawArchive{.entries = {run}}.Bytes();
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+    for (const std::size_t size : {1, 7, 257, 500, 999, 1000}) {
+        std::string piece(size, '?');
+        std::string whole;
+        std::size_t read = 0;
+        OrvaZipResult result = reader.OpenEntry(0);
+        ASSERT_EQ(OrvaZipSuccess, result);
+        do {
+            result = reader.ReadEntry(piece.data(), piece.size(), read);
+            whole.append(piece, 0, read);
+        } while (result == OrvaZipMore);
+        EXPECT_EQ(OrvaZipSuccess, result) << size;
+        EXPECT_TRUE(whole == data) << size;
+    }
+}
+
+TEST(ZipReader, GivesOutWhatIsGoodOfADamagedEntry) {
+    const std::string data = Noise(50000) + std::string(50000, 'a');
+    for (const wchar_t* password : {static_cast<const wchar_t*>(nullptr), L"secret"}) {
+        std::string bytes = OneEntry(data, password);
+        bytes[30000] ^= 0x55;
+        OrvaZipReader reader;
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size(), password));
+        std::string buffer(data.size(), '?');
+        std::size_t read = 0;
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenEntry(0));
+        EXPECT_EQ(OrvaZipCorrupt, reader.ReadEntry(buffer.data(), buffer.size(), read));
+        ASSERT_GT(read, 29000u);
+        EXPECT_EQ(0, data.compare(0, 29000, buffer, 0, 29000));
+        EXPECT_EQ(OrvaZipBadArguments, reader.ReadEntry(buffer.data(), buffer.size(), read)) << "the entry has ended";
+    }
+}
+
+TEST(ZipReader, FindsEntriesWhereverTheWindowEnds) {
+    // Entries of all sizes up to several windows, in both directions; the archive is seen through pieces of it.
+    const TempFolder folder;
+    std::vector<std::string> blocks;
+    OrvaZipWriter writer;
+    for (const wchar_t* password : {static_cast<const wchar_t*>(nullptr), L"secret"}) {
+        ASSERT_EQ(OrvaZipSuccess, writer.Create((folder / L"x.zip").c_str(), password));
+        blocks.clear();
+        for (std::uint32_t size = 1; size < 3000000; size += size / 3 + 1) {
+            blocks.push_back(Noise(size, size));
+            const std::wstring name = std::to_wstring(size) + (blocks.size() % 5 == 0 ? L".gz" : L"");
+            ASSERT_EQ(OrvaZipSuccess, writer.AddMemory(name.c_str(), blocks.back().data(), size));
+        }
+        ASSERT_EQ(OrvaZipSuccess, writer.Close());
+        OrvaZipReader reader;
+        ASSERT_EQ(OrvaZipSuccess, reader.Open((folder / L"x.zip").c_str(), password));
+        for (std::size_t index = 0; index < blocks.size(); ++index)
+            EXPECT_TRUE(blocks[index] == Extracted(reader, index)) << index;
+        for (std::size_t index = blocks.size(); index-- > 0;)
+            EXPECT_TRUE(blocks[index] == Extracted(reader, index)) << index;
+    }
 }
 
 TEST(ZipReader, WantsTheRightPassword) {

@@ -107,6 +107,31 @@ TEST(ZipWriter, GivesBackWhatWasPut) {
     EXPECT_EQ(handles, CountHandles());
 }
 
+TEST(ZipWriter, TakesEntriesOfAnySize) {
+    // Around the size up to which an entry is compressed in one piece; from memory, a file and a file's end.
+    constexpr std::size_t limit = std::size_t{64} << 20;
+    const TempFolder folder;
+    std::string data(limit + 1, 'a');
+    for (std::size_t at = 0; at < data.size(); at += 1000)
+        data[at] = static_cast<char>(at / 1000);
+    const std::wstring file = folder.MakeFile(L"large", data);
+    OrvaZipWriter writer;
+    ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory());
+    ASSERT_EQ(OrvaZipSuccess, writer.AddMemory(L"block", data.data(), limit));
+    ASSERT_EQ(OrvaZipSuccess, writer.AddFile(L"stream", file.c_str()));
+    const UniqueFileHandle handle = OpenToRead(file);
+    LARGE_INTEGER one;
+    one.QuadPart = 1;
+    ASSERT_TRUE(::SetFilePointerEx(handle.Get(), one, nullptr, FILE_BEGIN));
+    ASSERT_EQ(OrvaZipSuccess, writer.AddHandle(L"rest", handle.Get()));
+    const std::string bytes = MemoryOf(writer);
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+    EXPECT_TRUE(Extracted(reader, 0) == std::string_view(data).substr(0, limit));
+    EXPECT_TRUE(Extracted(reader, 1) == data);
+    EXPECT_TRUE(Extracted(reader, 2) == std::string_view(data).substr(1));
+}
+
 TEST(ZipWriter, StoresNamesInTheFormatsNotation) {
     const struct {
         const wchar_t* name;
