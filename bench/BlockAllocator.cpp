@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <memory>
 #include <memory_resource>
 #include <numeric>
 #include <random>
+#include <utility>
 
 namespace {
 
@@ -28,8 +30,8 @@ constexpr std::size_t SizeOf(std::size_t sizeIndex) {
 // --- the contestants: Take a block of a size, Give it back, EndTurn with no block out
 // ---------------------------------
 
-/// The limit: a list through the free blocks and nothing else, with its memory from the system in the library's
-/// portions.
+/// The limit: a list through the free blocks and nothing else. Like the library it begins without memory, takes it from
+/// the system in portions of 64 KiB, and gives it back.
 class FreeList {
 public:
     void* Take(std::size_t sizeIndex) { return take(*this, sizeIndex); }
@@ -81,6 +83,11 @@ private:
 void* (*volatile FreeList::take)(FreeList&, std::size_t) = &FreeList::DoTake;
 void (*volatile FreeList::give)(FreeList&, void*, std::size_t) = &FreeList::DoGive;
 
+/// The same with its memory kept from turn to turn, so that the system has no part in it.
+struct KeepingFreeList : FreeList {
+    void EndTurn() {}
+};
+
 class Library {
 public:
     void* Take(std::size_t sizeIndex) {
@@ -122,10 +129,8 @@ private:
 
 // --- the patterns ----------------------------------------------------------------------------------------------------
 
-/// Blocks in hand, each with the index of its size.
 struct Orders {
-    explicit Orders(std::uint64_t count)
-        : blocks(count), ascending(count), shuffled(count), sizes(count), oneSize(count, 1) {
+    explicit Orders(std::uint64_t count) : ascending(count), shuffled(count), sizes(count), oneSize(count, 1) {
         std::iota(ascending.begin(), ascending.end(), 0u);
         shuffled = ascending;
         std::mt19937 engine(20);
@@ -134,105 +139,154 @@ struct Orders {
         for (std::uint8_t& size : sizes)
             size = static_cast<std::uint8_t>(engine() % sizeCount);
     }
-    std::vector<std::uint64_t*> blocks;
-    std::vector<std::uint32_t> ascending, shuffled;
-    std::vector<std::uint8_t> sizes, oneSize;
+    std::uint64_t Count() const { return ascending.size(); }
+
+    std::vector<std::uint32_t> ascending, shuffled; ///< in which blocks are returned
+    std::vector<std::uint8_t> sizes, oneSize;       ///< of the blocks, as indices
 };
 
-/// Takes a block, and writes to it as its user would.
+/// One allocator and the blocks that its user has in hand.
 template <class Allocator>
-void TakeAt(Allocator& allocator, Orders& orders, const std::vector<std::uint8_t>& sizes, std::size_t index) {
-    orders.blocks[index] = static_cast<std::uint64_t*>(allocator.Take(sizes[index]));
-    *orders.blocks[index] = index;
-}
+struct Contestant {
+    Allocator allocator;
+    std::vector<std::uint64_t*> blocks;
 
-template <class Allocator>
-std::uint64_t GiveAt(Allocator& allocator, Orders& orders, const std::vector<std::uint8_t>& sizes, std::size_t index) {
-    const std::uint64_t content = *orders.blocks[index];
-    allocator.Give(orders.blocks[index], sizes[index]);
-    return content;
-}
-
-template <class Allocator>
-std::uint64_t TakeAll(Allocator& allocator, Orders& orders, const std::vector<std::uint8_t>& sizes,
-                      const std::vector<std::uint32_t>& giveOrder, bool reverse) {
-    const std::size_t count = orders.blocks.size();
-    for (std::size_t index = 0; index < count; ++index)
-        TakeAt(allocator, orders, sizes, index);
-    std::uint64_t sum = 0;
-    for (std::size_t index = 0; index < count; ++index)
-        sum += GiveAt(allocator, orders, sizes, giveOrder[reverse ? count - 1 - index : index]);
-    allocator.EndTurn();
-    return sum;
-}
-
-/// All blocks stay in hand, but each in random order is returned and taken anew, twice over.
-template <class Allocator>
-std::uint64_t Churn(Allocator& allocator, Orders& orders) {
-    std::uint64_t sum = 0;
-    for (int turn = 0; turn < 2; ++turn) {
-        for (const std::uint32_t index : orders.shuffled) {
-            sum += GiveAt(allocator, orders, orders.oneSize, index);
-            TakeAt(allocator, orders, orders.oneSize, index);
-        }
+    /// Takes a block, and writes to it as its user would.
+    void Take(const std::vector<std::uint8_t>& sizes, std::size_t index) {
+        blocks[index] = static_cast<std::uint64_t*>(allocator.Take(sizes[index]));
+        *blocks[index] = index;
     }
-    return sum;
-}
+    std::uint64_t Give(const std::vector<std::uint8_t>& sizes, std::size_t index) {
+        const std::uint64_t content = *blocks[index];
+        allocator.Give(blocks[index], sizes[index]);
+        return content;
+    }
+    void TakeAll(const std::vector<std::uint8_t>& sizes) {
+        blocks.resize(sizes.size());
+        for (std::size_t index = 0; index < sizes.size(); ++index)
+            Take(sizes, index);
+    }
+    std::uint64_t TakeAndGiveAll(const std::vector<std::uint8_t>& sizes, const std::vector<std::uint32_t>& order,
+                                 bool isReverse) {
+        TakeAll(sizes);
+        std::uint64_t sum = 0;
+        for (std::size_t index = 0; index < order.size(); ++index)
+            sum += Give(sizes, order[isReverse ? order.size() - 1 - index : index]);
+        allocator.EndTurn();
+        return sum;
+    }
+};
 
 struct Contestants {
-    FreeList freeList;
-    Library library;
-    Malloc malloc;
-    SystemHeap heap;
-    PoolResource pool;
+    Contestant<FreeList> freeList;
+    Contestant<KeepingFreeList> keeping;
+    Contestant<Library> library;
+    Contestant<Malloc> malloc;
+    Contestant<SystemHeap> heap;
+    Contestant<PoolResource> pool;
 };
 
-/// A case in which every contestant does what @p pattern says, after what @p prepare does.
-template <class Pattern>
-void AddCase(Subject& subject, Contestants& contestants, const char* name, std::uint64_t count, double goal,
-             Pattern pattern) {
-    subject.AddCase(name, "block", count)
-        .Limit("intrusive free list", [&contestants, pattern] { return pattern(contestants.freeList); })
-        .Library("OrvaFixedBlockAllocator", [&contestants, pattern] { return pattern(contestants.library); })
-        .Peer("std::pmr pool", [&contestants, pattern] { return pattern(contestants.pool); })
-        .Peer("malloc", [&contestants, pattern] { return pattern(contestants.malloc); })
-        .Peer("HeapAlloc", [&contestants, pattern] { return pattern(contestants.heap); })
+/// A case in which every contestant takes its blocks of these sizes and returns them in this order.
+Case& AddTurn(Subject& subject, Contestants& contestants, const char* name, double goal,
+              const std::vector<std::uint8_t>& sizes, const std::vector<std::uint32_t>& order, bool isReverse) {
+    const auto turn = [&sizes, &order, isReverse](auto& contestant) -> Work {
+        return [&contestant, &sizes, &order, isReverse] { return contestant.TakeAndGiveAll(sizes, order, isReverse); };
+    };
+    return subject.AddCase(name, "block", order.size())
+        .Limit("free list", turn(contestants.freeList))
+        .Library("OrvaFixedBlockAllocator", turn(contestants.library))
+        .Peer("free list that keeps its memory", turn(contestants.keeping))
+        .Peer("std::pmr pool", turn(contestants.pool))
+        .Peer("malloc", turn(contestants.malloc))
+        .Peer("HeapAlloc", turn(contestants.heap))
         .Goal(goal)
-        .Rounds(9);
+        .Rounds(7);
+}
+
+/// All blocks stay in hand, but each in random order is returned and another one taken.
+void AddChurn(Subject& subject, Contestants& contestants, const Orders& orders) {
+    Case& churn = subject.AddCase("churn: 1M live, each returned and another taken", "block", orders.Count());
+    const auto work = [&orders](auto& contestant) -> Work {
+        return [&contestant, &orders] {
+            std::uint64_t sum = 0;
+            for (const std::uint32_t index : orders.shuffled) {
+                sum += contestant.Give(orders.oneSize, index);
+                contestant.Take(orders.oneSize, index);
+            }
+            return sum;
+        };
+    };
+    const auto prepare = [&orders](auto& contestant) -> tarnu::bench::Preparation {
+        return [&contestant, &orders, isFilled = false]() mutable {
+            if (!std::exchange(isFilled, true)) contestant.TakeAll(orders.oneSize);
+        };
+    };
+    churn.Limit("free list", work(contestants.freeList), prepare(contestants.freeList))
+        .Library("OrvaFixedBlockAllocator", work(contestants.library), prepare(contestants.library))
+        .Peer("std::pmr pool", work(contestants.pool), prepare(contestants.pool))
+        .Peer("malloc", work(contestants.malloc), prepare(contestants.malloc))
+        .Peer("HeapAlloc", work(contestants.heap), prepare(contestants.heap))
+        .Goal(1.7)
+        .Rounds(7);
+}
+
+struct Object {
+    std::uint64_t content[4];
+};
+
+/// One block at a time is in hand: each return gives back the last one.
+void AddSingle(Subject& subject, Contestants& contestants, tarnu::OrvaFixedBlockPool<Object>& pool) {
+    constexpr std::uint64_t count = 2'000'000;
+    const auto single = [](auto& contestant) -> Work {
+        return [&contestant] {
+            std::uint64_t sum = 0;
+            for (std::uint64_t turn = 0; turn < count; ++turn) {
+                auto* const block = static_cast<std::uint64_t*>(contestant.allocator.Take(1));
+                *block = turn;
+                sum += *static_cast<volatile std::uint64_t*>(block);
+                contestant.allocator.Give(block, 1);
+            }
+            return sum;
+        };
+    };
+    subject.AddCase("one block taken and returned for ever", "block", count)
+        .Limit("free list", single(contestants.freeList))
+        .Library("OrvaFixedBlockPool",
+                 [&pool] {
+                     std::uint64_t sum = 0;
+                     for (std::uint64_t turn = 0; turn < count; ++turn) {
+                         Object* const object = pool.New();
+                         object->content[0] = turn;
+                         sum += *static_cast<volatile std::uint64_t*>(object->content);
+                         pool.Delete(object);
+                     }
+                     return sum;
+                 })
+        .Peer("std::pmr pool", single(contestants.pool))
+        .Peer("malloc", single(contestants.malloc))
+        .Peer("OrvaFixedBlockAllocator alone", single(contestants.library))
+        .Goal(3)
+        .Rounds(7);
 }
 
 } // namespace
 
 int main() {
     Contestants contestants;
-    Orders orders(blockCount);
+    tarnu::OrvaFixedBlockPool<Object> pool;
+    const Orders orders(blockCount);
     Subject subject("Block allocator: 1M blocks of 32 bytes, from no memory and back to none");
-    AddCase(subject, contestants, "LIFO: returned in reverse", blockCount, 1.3, [&](auto& allocator) {
-        return TakeAll(allocator, orders, orders.oneSize, orders.ascending, /*reverse=*/true);
-    });
-    AddCase(subject, contestants, "FIFO: returned in order", blockCount, 1.3, [&](auto& allocator) {
-        return TakeAll(allocator, orders, orders.oneSize, orders.ascending, /*reverse=*/false);
-    });
-    AddCase(subject, contestants, "random: returned in random order", blockCount, 1.7, [&](auto& allocator) {
-        return TakeAll(allocator, orders, orders.oneSize, orders.shuffled, /*reverse=*/false);
-    });
-    AddCase(subject, contestants, "churn: 1M live, each returned and taken anew twice", 2 * blockCount, 1.7,
-            [&](auto& allocator) {
-                for (std::size_t index = 0; index < blockCount; ++index)
-                    TakeAt(allocator, orders, orders.oneSize, index);
-                const std::uint64_t sum = Churn(allocator, orders);
-                for (std::size_t index = blockCount; index > 0; --index)
-                    GiveAt(allocator, orders, orders.oneSize, index - 1);
-                allocator.EndTurn();
-                return sum;
-            });
-    AddCase(
-        subject, contestants, "16 sizes: 16 to 256 bytes, returned in order", blockCount, 1.7,
-        [&](auto& allocator) { return TakeAll(allocator, orders, orders.sizes, orders.ascending, /*reverse=*/false); });
-    subject.AddGrowth("random order", "block", 20'000, [&](std::uint64_t count) -> Work {
-        auto grown = std::make_shared<Orders>(count);
-        return [grown, &contestants] {
-            return TakeAll(contestants.library, *grown, grown->oneSize, grown->shuffled, /*reverse=*/false);
+    AddTurn(subject, contestants, "LIFO: returned in reverse", 1.3, orders.oneSize, orders.ascending, true);
+    AddTurn(subject, contestants, "FIFO: returned in order", 1.3, orders.oneSize, orders.ascending, false);
+    AddTurn(subject, contestants, "random: returned in random order", 1.7, orders.oneSize, orders.shuffled, false);
+    AddTurn(subject, contestants, "16 sizes: 16 to 256 bytes, returned in order", 1.7, orders.sizes, orders.ascending,
+            false);
+    AddSingle(subject, contestants, pool);
+    AddChurn(subject, contestants, orders); // the last one: its blocks stay in hand
+    subject.AddGrowth("random order", "block", 20'000, [&contestants](std::uint64_t count) -> Work {
+        const auto grown = std::make_shared<Orders>(count);
+        return [grown, &library = contestants.library] {
+            return library.TakeAndGiveAll(grown->oneSize, grown->shuffled, /*isReverse=*/false);
         };
     });
     return subject.Run();
