@@ -4,9 +4,12 @@
 #include "tarnu/geometry/PointTextWriterInternal.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cwchar>
 #include <cwctype>
+#include <emmintrin.h>
 #include <iterator>
 
 using tarnu::support::PointNumberSet;
@@ -27,6 +30,24 @@ bool IsDigit(wchar_t character) noexcept {
     return character >= L'0' && character <= L'9';
 }
 
+/// The digits at the beginning of eight characters: returns how many there are, and gives their value. No branch
+/// depends on the number of digits, which cannot be foretold.
+unsigned ReadEightDigits(const wchar_t* text, std::uint64_t& value) noexcept {
+    const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    const __m128i digits = _mm_sub_epi16(characters, _mm_set1_epi16(L'0'));
+    const __m128i isDigit = _mm_cmpeq_epi16(_mm_subs_epu16(digits, _mm_set1_epi16(9)), _mm_setzero_si128());
+    const auto count = static_cast<unsigned>(std::countr_one(static_cast<unsigned>(_mm_movemask_epi8(isDigit)))) / 2;
+    if (count == 0) return 0;
+    // A byte for each digit, the first one lowest; those that are missing become zeros in front of it.
+    auto bytes = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(digits, digits))) << (64 - 8 * count);
+    bytes = bytes * 10 + (bytes >> 8); // every other byte: two digits
+    constexpr std::uint64_t pair = 0x000000FF000000FF;
+    value = ((bytes & pair) * (100 + (std::uint64_t{1'000'000} << 32)) +
+             (bytes >> 16 & pair) * (1 + (std::uint64_t{10'000} << 32))) >>
+            32;
+    return count;
+}
+
 /// Reads digits and moves behind them. The text ends in a character that is no digit. The value stops growing once it
 /// is out of range.
 std::uint64_t ReadDigits(const wchar_t*& text) noexcept {
@@ -36,6 +57,38 @@ std::uint64_t ReadDigits(const wchar_t*& text) noexcept {
     }
     return value;
 }
+
+/// A number or a range without blanks whose numbers have up to eight digits, followed by another item: nearly every
+/// token is such a one.
+struct PlainToken {
+    UINT start = 0;
+    UINT end = 0;
+    bool isRange = false;
+
+    /// Characters that Read looks at.
+    static constexpr std::ptrdiff_t reach = 2 * 8 + 1 + 8;
+
+    /// Reads a token that begins at @p cursor and moves to the next one.
+    /// @return false when it is not a plain one; the cursor stays
+    bool Read(const wchar_t*& cursor) noexcept {
+        const wchar_t* text = cursor;
+        if (!ReadNumber(text, start)) return false;
+        end = start;
+        isRange = *text == L'-';
+        if (isRange && !ReadNumber(++text, end)) return false;
+        if (text[0] != L',' || text[1] <= L' ' || text[1] >= 0x80) return false;
+        cursor = text + 1;
+        return true;
+    }
+
+private:
+    static bool ReadNumber(const wchar_t*& text, UINT& number) noexcept {
+        std::uint64_t value = 0;
+        text += ReadEightDigits(text, value);
+        number = static_cast<UINT>(value);
+        return number != 0 && !IsDigit(*text);
+    }
+};
 
 /// The point number of a value, 0 when it is out of range.
 UINT ToNumber(std::uint64_t value) noexcept {
@@ -166,6 +219,46 @@ void OrvaPointString::AcceptRange(UINT start, UINT end) noexcept {
 
 void OrvaPointString::CutToken() noexcept {
     const wchar_t* const text = m_walk.GetString();
+    const wchar_t* cursor = text + m_position;
+    PlainToken token;
+    if (m_walkEnd - m_position < PlainToken::reach || !token.Read(cursor)) return CutAnyToken();
+    m_tokenStart = m_position;
+    m_position = static_cast<int>(cursor - text);
+    m_tokenEnd = m_position - 1;
+    m_rangeStart = token.start;
+    m_rangeEnd = token.end;
+    if (token.isRange) m_descending = token.start > token.end;
+}
+
+template <class Take>
+void OrvaPointString::CutPlainTokens(Take take) {
+    const wchar_t* const text = m_walk.GetString();
+    const wchar_t* const end = text + m_walkEnd;
+    const wchar_t* cursor = text + m_position;
+    bool isDescending = m_descending != FALSE;
+    PlainToken token;
+    PlainToken last{m_rangeStart, m_rangeEnd};
+    while (end - cursor >= PlainToken::reach && token.Read(cursor)) {
+        take(token.start, token.end);
+        if (token.isRange) isDescending = token.start > token.end;
+        last = token;
+    }
+    m_position = static_cast<int>(cursor - text);
+    m_rangeStart = last.start;
+    m_rangeEnd = last.end;
+    m_descending = isDescending;
+}
+
+template <class Take>
+void OrvaPointString::TakeAllRanges(Take take) {
+    for (StartWalk(); !m_done; CutToken()) {
+        take(m_rangeStart, m_rangeEnd);
+        CutPlainTokens(take);
+    }
+}
+
+void OrvaPointString::CutAnyToken() noexcept {
+    const wchar_t* const text = m_walk.GetString();
     const wchar_t* const end = text + m_walkEnd;
     const wchar_t* cursor = text + m_position;
     // The rest never begins with white space: an item is empty when it begins with the comma behind it.
@@ -189,27 +282,6 @@ void OrvaPointString::CutToken() noexcept {
     }
     const wchar_t* const token = cursor;
     m_tokenStart = static_cast<int>(token - text);
-
-    // Nearly every token is digits, or digits, a dash and digits, up to a comma or the end. What stands at the end is
-    // white space or the terminator, so the digits need no check against it.
-    const std::uint64_t first = ReadDigits(cursor);
-    const wchar_t* const firstEnd = cursor;
-    if (firstEnd != token) {
-        bool isRange = false;
-        std::uint64_t second = first;
-        if (cursor != end && *cursor == L'-') {
-            ++cursor;
-            isRange = IsDigit(*cursor);
-            second = ReadDigits(cursor);
-        }
-        if ((isRange || cursor == firstEnd) && (cursor == end || *cursor == L',')) {
-            m_tokenEnd = static_cast<int>(cursor - text);
-            m_position = static_cast<int>((cursor == end ? end : skipComma(cursor)) - text);
-            AcceptRange(ToNumber(first), ToNumber(second));
-            if (isRange) m_descending = m_rangeStart > m_rangeEnd;
-            return;
-        }
-    }
 
     const wchar_t* const comma = std::find(token, end, L',');
     const wchar_t* tokenEnd = comma;
@@ -311,22 +383,17 @@ BOOL OrvaPointString::IsValid() {
         m_error = FALSE;
         return FALSE;
     }
-    StartWalk();
-    while (!m_done)
-        CutToken();
+    TakeAllRanges([](UINT, UINT) {});
     const BOOL valid = !m_error;
     m_error = FALSE;
     return valid;
 }
 
 UINT OrvaPointString::GetCount() {
-    m_count = 0;
-    StartWalk();
-    for (; !m_done; CutToken()) {
-        // One expects the length of a downward range; its difference wraps. Hosts rely on the sum as it is.
-        m_count += m_rangeEnd - m_rangeStart + 1;
-    }
-    return m_count;
+    UINT count = 0;
+    // One expects the length of a downward range; its difference wraps. Hosts rely on the sum as it is.
+    TakeAllRanges([&count](UINT start, UINT end) { count += end - start + 1; });
+    return m_count = count;
 }
 
 // The label
@@ -353,41 +420,37 @@ namespace {
 
 /// Writes the numbers that one set holds and another does not, ascending.
 void WriteDifference(PointTextWriter& out, const PointNumberSet& held, const PointNumberSet& removed) {
-    constexpr std::uint64_t last = PointNumberSet::last;
-    for (std::uint64_t from = held.NextHeld(PointNumberSet::first, last); from <= last;) {
-        const std::uint64_t end = std::min(held.NextFree(from, last), last + 1); // of the run in the first set
-        for (from = removed.NextFree(from, end - 1); from < end;) {
-            const std::uint64_t next = std::min(removed.NextHeld(from, end - 1), end);
-            out.Run(static_cast<UINT>(from), static_cast<UINT>(next - 1));
-            from = removed.NextFree(next, end - 1);
-        }
-        from = held.NextHeld(end, last);
-    }
+    held.TakeRunsWithout(removed, [&out](UINT low, UINT high) { out.Run(low, high); });
 }
 
 } // namespace
 
+void OrvaPointString::InsertAll(PointNumberSet& set) {
+    TakeAllRanges([&set](UINT start, UINT end) {
+        if (start == end && start >= PointNumberSet::first && start <= PointNumberSet::last) {
+            set.Insert(start);
+        } else {
+            set.InsertRange(std::min(start, end), std::max(start, end));
+        }
+    });
+}
+
 void OrvaPointString::Subtract(const wchar_t* points, BOOL sorted) {
     try {
         OrvaPointString named(points);
-        if (!named.IsValid()) return;
         PointNumberSet removed;
-        for (named.StartWalk(); !named.m_done; named.CutToken())
-            removed.InsertRange(std::min(named.m_rangeStart, named.m_rangeEnd),
-                                std::max(named.m_rangeStart, named.m_rangeEnd));
+        named.InsertAll(removed);
+        if (named.m_error) return;
 
         OrvaPointString walk(m_text);
         PointTextWriter text(CString(), m_text.GetLength());
         if (sorted) {
             PointNumberSet held;
-            for (walk.StartWalk(); !walk.m_done; walk.CutToken())
-                held.InsertRange(std::min(walk.m_rangeStart, walk.m_rangeEnd),
-                                 std::max(walk.m_rangeStart, walk.m_rangeEnd));
+            walk.InsertAll(held);
             WriteDifference(text, held, removed);
         } else {
             PointSequenceWriter sequence(text);
-            for (walk.StartWalk(); !walk.m_done; walk.CutToken())
-                WriteFree(sequence, removed, walk.m_rangeStart, walk.m_rangeEnd);
+            walk.TakeAllRanges([&](UINT start, UINT end) { WriteFree(sequence, removed, start, end); });
             sequence.Close();
         }
         Assign(OrvaPointString(text.Finish()));
@@ -402,22 +465,18 @@ void OrvaPointString::Normalize(BOOL sorted) {
         PointTextWriter text(CString(), m_text.GetLength());
         PointNumberSet seen;
         if (sorted) {
-            for (walk.StartWalk(); !walk.m_done; walk.CutToken())
-                seen.InsertRange(std::min(walk.m_rangeStart, walk.m_rangeEnd),
-                                 std::max(walk.m_rangeStart, walk.m_rangeEnd));
+            walk.InsertAll(seen);
             WriteDifference(text, seen, PointNumberSet());
         } else {
             PointSequenceWriter sequence(text);
-            for (walk.StartWalk(); !walk.m_done; walk.CutToken()) {
-                const UINT start = walk.m_rangeStart;
-                const UINT end = walk.m_rangeEnd;
+            walk.TakeAllRanges([&](UINT start, UINT end) {
                 if (start == end && start >= PointNumberSet::first && start <= PointNumberSet::last) {
                     if (seen.Insert(start)) sequence.Add(start);
-                    continue;
+                    return;
                 }
                 WriteFree(sequence, seen, start, end);
                 seen.InsertRange(std::min(start, end), std::max(start, end));
-            }
+            });
             sequence.Close();
         }
         Assign(OrvaPointString(text.Finish()));

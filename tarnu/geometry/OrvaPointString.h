@@ -5,6 +5,10 @@
 
 #include "tarnu/framework/framework.h"
 
+namespace tarnu::support {
+class PointNumberSet;
+}
+
 /// The number at the beginning of a text, read as wcstoul reads it in base 10: leading white space is skipped and the
 /// first character that is no digit ends it.
 /// @param text read up to its terminator
@@ -104,9 +108,18 @@ private:
     bool StartWalk();
     void ResetWalk() noexcept;
     void CutToken() noexcept;
+    void CutAnyToken() noexcept;
+    /// Cuts the tokens that can be read at once and gives their ranges.
+    template <class Take>
+    void CutPlainTokens(Take take);
+    /// Walks from the beginning and gives every range.
+    template <class Take>
+    void TakeAllRanges(Take take);
     void CheckToken(int start, int end) noexcept;
     void AcceptRange(UINT start, UINT end) noexcept;
     void Fail() noexcept;
+    /// Walks all ranges into a set.
+    void InsertAll(tarnu::support::PointNumberSet& set);
 
     // The unparsed rest of a walk and its token are spans of the text that the walk began with, so that cutting a token
     // copies nothing.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -83,6 +84,49 @@ public:
     }
     std::uint64_t PreviousFree(std::uint64_t from, std::uint64_t limit) const noexcept {
         return from < limit ? from : NumberOf(Previous(IndexOf(from), /*held=*/false));
+    }
+
+    /// Gives the first and last number of every run of this set that remains without the numbers of another,
+    /// ascending.
+    template <class Take>
+    void TakeRunsWithout(const PointNumberSet& removed, Take take) const {
+        constexpr std::uint64_t none = ~std::uint64_t{0};
+        std::uint64_t begin = none; // of the run that has not ended yet
+        const auto endRun = [&](std::uint64_t index) {
+            if (begin == none) return;
+            take(static_cast<std::uint32_t>(NumberOf(begin)), static_cast<std::uint32_t>(NumberOf(index - 1)));
+            begin = none;
+        };
+        for (std::uint64_t chunk = 0; chunk < m_chunks.size(); ++chunk) {
+            const std::uint64_t* const held = m_chunks[chunk];
+            const std::uint64_t* const without = chunk < removed.m_chunks.size() ? removed.m_chunks[chunk] : Nothing();
+            const std::uint64_t first = chunk * chunkBits;
+            if (held == Nothing() || without == Everything()) {
+                endRun(first);
+                continue;
+            }
+            if (held == Everything() && without == Nothing()) {
+                if (begin == none) begin = first;
+                continue;
+            }
+            for (std::uint64_t index = 0; index < chunkWords; ++index) {
+                std::uint64_t word = held[index] & ~without[index];
+                const std::uint64_t base = first + index * 64;
+                if (begin != none) {
+                    if (word == ~std::uint64_t{0}) continue;
+                    endRun(base + static_cast<std::uint64_t>(std::countr_one(word)));
+                    word &= word + 1; // without the end of that run
+                }
+                while (word != 0) {
+                    begin = base + static_cast<std::uint64_t>(std::countr_zero(word));
+                    const std::uint64_t filled = word | (word - 1); // up to the end of the word's first run
+                    if (filled == ~std::uint64_t{0}) break;
+                    endRun(base + static_cast<std::uint64_t>(std::countr_one(filled)));
+                    word &= filled + 1;
+                }
+            }
+        }
+        endRun(m_chunks.size() * chunkBits);
     }
 
 private:

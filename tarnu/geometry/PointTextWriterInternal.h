@@ -6,12 +6,33 @@
 #include "tarnu/framework/framework.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <new>
 #include <utility>
 
 namespace tarnu::support {
+
+/// The two digits of every number below 100.
+inline constexpr auto digitPairs = [] {
+    std::array<wchar_t, 200> pairs{};
+    for (std::size_t number = 0; number < 100; ++number) {
+        pairs[2 * number] = static_cast<wchar_t>(L'0' + number / 10);
+        pairs[2 * number + 1] = static_cast<wchar_t>(L'0' + number % 10);
+    }
+    return pairs;
+}();
+
+/// Digits of a number.
+inline std::size_t CountDigits(std::uint32_t number) noexcept {
+    constexpr std::uint32_t powers[] = {0,       10,        100,        1'000,       10'000,
+                                        100'000, 1'000'000, 10'000'000, 100'000'000, 1'000'000'000};
+    const auto estimate = static_cast<std::size_t>(std::bit_width(number | 1)) * 1233 / 4096; // of log10
+    return estimate + (number >= powers[estimate] ? 1u : 0u);
+}
 
 /// Writes a number as "%ld" does: above 2147483647 it is negative. At most 11 characters, no terminator.
 /// @return the end of what was written
@@ -20,13 +41,18 @@ inline wchar_t* WritePointNumber(wchar_t* out, std::uint32_t number) noexcept {
         *out++ = L'-';
         number = 0 - number;
     }
-    wchar_t digits[10];
-    wchar_t* begin = digits + 10;
-    do {
-        *--begin = static_cast<wchar_t>(L'0' + number % 10);
-        number /= 10;
-    } while (number != 0);
-    return std::copy(begin, digits + 10, out);
+    wchar_t* const end = out + CountDigits(number);
+    wchar_t* begin = end;
+    for (; number >= 100; number /= 100) {
+        begin -= 2;
+        std::copy_n(&digitPairs[2 * (number % 100)], 2, begin);
+    }
+    if (number >= 10) {
+        std::copy_n(&digitPairs[2 * number], 2, out);
+    } else {
+        *out = static_cast<wchar_t>(L'0' + number);
+    }
+    return end;
 }
 
 /// A point text that grows at its end. Running out of memory, or of the length that a string can have, throws
