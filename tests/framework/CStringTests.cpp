@@ -168,7 +168,7 @@ TEST(CStringSharing, WhatChangesNothingKeepsSharing) {
     copy.Insert(0, L"");
     copy.Append(L"");
     copy.Append(CString());
-    copy = copy;
+    copy = static_cast<const CString&>(copy);
     EXPECT_EQ(original.GetString(), copy.GetString());
 }
 
