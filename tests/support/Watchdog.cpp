@@ -9,8 +9,6 @@
 namespace tarnu::test {
 namespace {
 
-constexpr ULONGLONG limitMilliseconds = 5 * 60 * 1000;
-
 std::atomic<ULONGLONG> testStarted{0}; // tick count, 0 between tests
 std::atomic<const char*> suiteName{""};
 std::atomic<const char*> testName{""};
@@ -24,7 +22,9 @@ class TestClock : public ::testing::EmptyTestEventListener {
     void OnTestEnd(const ::testing::TestInfo&) override { testStarted = 0; }
 };
 
-DWORD WINAPI Watch(void*) {
+/// @param limit minutes, as a pointer
+DWORD WINAPI Watch(void* limit) {
+    const ULONGLONG limitMilliseconds = reinterpret_cast<ULONG_PTR>(limit) * 60'000;
     for (;;) {
         ::Sleep(1000);
         const ULONGLONG started = testStarted;
@@ -38,10 +38,11 @@ DWORD WINAPI Watch(void*) {
 
 } // namespace
 
-void StartWatchdog() {
+void StartWatchdog(unsigned minutes) {
     ::testing::UnitTest::GetInstance()->listeners().Append(new TestClock); // GoogleTest owns it
     // The thread lives as long as the process; its handle is not needed.
-    if (HANDLE thread = ::CreateThread(nullptr, 0, Watch, nullptr, 0, nullptr)) ::CloseHandle(thread);
+    if (HANDLE thread = ::CreateThread(nullptr, 0, Watch, reinterpret_cast<void*>(ULONG_PTR{minutes}), 0, nullptr))
+        ::CloseHandle(thread);
 }
 
 } // namespace tarnu::test

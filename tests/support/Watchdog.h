@@ -8,8 +8,8 @@ namespace tarnu::test {
 /// Exit code of a program that the watchdog ended.
 inline constexpr unsigned watchdogExitCode = 42;
 
-/// Starts the watchdog: a test that runs for more than five minutes ends the program, after its name has been printed.
-void StartWatchdog();
+/// Starts the watchdog: a test that runs for more than @p minutes ends the program, after its name has been printed.
+void StartWatchdog(unsigned minutes = 5);
 
 } // namespace tarnu::test
 
