@@ -95,8 +95,8 @@ void ProduceForQueueAndWindow(unsigned perProducer) {
 
 TEST(Soak, EightProducersOnQueueAndWindow) {
     ProduceForQueueAndWindow(1000);
-    const FlatUsage usage("8 producers, 400 000 messages through a queue and as many through a window");
-    ProduceForQueueAndWindow(50'000);
+    const FlatUsage usage("8 producers, 80 000 messages through a queue and as many through a window");
+    ProduceForQueueAndWindow(10'000);
 }
 
 class Link : public OrvaSubClassWnd {

@@ -161,7 +161,7 @@ private:
     Node* NewNode(ARG_TYPE value) {
         if (m_free == nullptr) Grow();
         FreeNode* slot = m_free;
-        FreeNode* rest = slot->next;
+        FreeNode* rest = slot->next; // NOLINT(clang-analyzer-core.NullDereference): Grow throws or fills the chain
         Node* node = reinterpret_cast<Node*>(slot);
         ::new (static_cast<void*>(&node->value)) TYPE(value); // a throw leaves the slot in the chain
         m_free = rest;
