@@ -7,8 +7,7 @@
 
 int main() {
     std::vector<CString> names = {L"Sheet 10", L"sheet 9", L"Sheet 2b", L"Sheet 2a", L"Sheet 010 copy"};
-    std::sort(names.begin(), names.end(),
-              [](const CString& a, const CString& b) { return OrvaNaturalCompareNoCase(a, b) < 0; });
+    std::sort(names.begin(), names.end(), tarnu::natural_less());
     for (const CString& name : names)
         std::printf("%ls\n", name.GetString());
     return 0;

@@ -6,6 +6,7 @@
 #include "tarnu/framework/framework.h"
 
 // frame: message boxes, trace log, timer, progress
+#include "tarnu/frame/LimitedLog.h"
 #include "tarnu/frame/OrvaComErrorBox.h"
 #include "tarnu/frame/OrvaMessageBox.h"
 #include "tarnu/frame/OrvaProgress.h"
@@ -13,15 +14,21 @@
 #include "tarnu/frame/OrvaRegistry.h"
 #include "tarnu/frame/OrvaTimer.h"
 #include "tarnu/frame/OrvaTrace.h"
+#include "tarnu/frame/ProgressScope.h"
 
 // text
+#include "tarnu/text/NaturalLess.h"
 #include "tarnu/text/OrvaStrings.h"
+#include "tarnu/text/Tokens.h"
 
 // paths
 #include "tarnu/paths/OrvaFileAttributes.h"
 #include "tarnu/paths/OrvaPath.h"
+#include "tarnu/paths/PathExtras.h"
 
 // filesystem: walkers, modification tracking, file events, folder picker
+#include "tarnu/filesystem/FileRegistration.h"
+#include "tarnu/filesystem/FileWatch.h"
 #include "tarnu/filesystem/OrvaBasicFileMatcher.h"
 #include "tarnu/filesystem/OrvaBFSDirectoryTree.h"
 #include "tarnu/filesystem/OrvaBFSFileTree.h"
@@ -50,6 +57,7 @@
 #include "tarnu/memory/OrvaHeapGrowthProbe.h"
 
 // geometry: point strings, face and point readers
+#include "tarnu/geometry/Faces.h"
 #include "tarnu/geometry/OrvaArrayPointReader.h"
 #include "tarnu/geometry/OrvaMultiPolyFaceReader.h"
 #include "tarnu/geometry/OrvaMultiTriFaceReader.h"
@@ -61,8 +69,13 @@
 #include "tarnu/geometry/OrvaSinglePointReader.h"
 #include "tarnu/geometry/OrvaSortedPointString.h"
 #include "tarnu/geometry/OrvaUnsortedPointString.h"
+#include "tarnu/geometry/Points.h"
 
 // messaging: callbacks, subclassing, window-message server, server thread
+#include "tarnu/messaging/FunctionCallback.h"
+#include "tarnu/messaging/FunctionHandler.h"
+#include "tarnu/messaging/FunctionMessage.h"
+#include "tarnu/messaging/MessageSubscription.h"
 #include "tarnu/messaging/OrvaCallback.h"
 #include "tarnu/messaging/OrvaCallbackDispatcher.h"
 #include "tarnu/messaging/OrvaChangeManager.h"
@@ -76,6 +89,7 @@
 #include "tarnu/messaging/OrvaSubClassWnd.h"
 #include "tarnu/messaging/OrvaSynchronizedSelector.h"
 #include "tarnu/messaging/OrvaWndMsgServer.h"
+#include "tarnu/messaging/SubClassScope.h"
 
 // xml
 #include "tarnu/xml/OrvaXml.h"

@@ -1,0 +1,63 @@
+// The code of docs/guides/conveniences.md, compiled. The documentation check compares the two.
+
+// snippet
+#include <cmath>
+#include <map>
+#include <tarnu/TarnuWin32Utils.h>
+
+double HighestPoint(OrvaPointReader& reader) {
+    double height = -HUGE_VAL;
+    for (const OrvaPoint3d& point : tarnu::Points(reader))
+        height = std::max(height, point.z);
+    return height;
+}
+
+using SheetNumbers = std::map<CString, int, tarnu::natural_less>; // sheet 9 before sheet 10
+
+int CountWords(const CString& text) {
+    int count = 0;
+    for ([[maybe_unused]] const CString& word : tarnu::Tokens(text, L" \t\n"))
+        ++count;
+    return count;
+}
+// end of snippet
+
+// snippet
+bool Convert(const CStringList& names, bool (*convert)(const CString& name)) {
+    tarnu::ProgressScope progress(L"Converting", static_cast<int>(names.GetCount()));
+    for (POSITION position = names.GetHeadPosition(); position != nullptr;) {
+        const CString& name = names.GetNext(position);
+        if (!convert(name)) ORVA_LOG_LIMITED(10, /*milliseconds=*/60000, L"%s was not converted", name.GetString());
+        if (!progress.Step()) return false; // the user has had enough
+    }
+    return true;
+}
+// end of snippet
+
+// snippet
+void KeepOpen(HWND window, OrvaServerThread& server, HANDLE finished, OrvaMessageQueue& queue) {
+    const tarnu::SubClassScope guard(
+        window, [](tarnu::NextWindowProc next, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+            return message == WM_CLOSE ? 0 : next(message, wParam, lParam);
+        });
+    tarnu::AddHandler(server, finished, [&queue] { // on the server thread …
+        tarnu::Post(queue, [] { ::PostQuitMessage(0); });
+    });
+    MSG message;
+    while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
+        ::DispatchMessageW(&message);
+        tarnu::RunMessages(queue); // … and here
+    }
+}
+// end of snippet
+
+// snippet
+OrvaPath ExportPath(const OrvaPath& folder, const CString& title) {
+    return folder / (tarnu::safe_name(title.GetString()).GetText() + L".xml"); // "Site A/B?" gives Site A_B_.xml
+}
+
+bool MayServe(const OrvaPath& root, std::string_view request) { // UTF-8 from outside
+    const std::optional<OrvaPath> path = tarnu::from_utf8(request);
+    return path && tarnu::is_within(root / *path, root); // not ..\..\secret.txt
+}
+// end of snippet
