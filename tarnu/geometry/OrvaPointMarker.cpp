@@ -27,18 +27,27 @@ BOOL OrvaPointMarker::Resize(std::uint64_t bits) noexcept {
         std::free(m_bits);
         m_bits = nullptr;
         m_capacity = 0;
-    } else if (bytes > m_capacity || bytes < oldBytes) {
+    } else if (bytes > m_capacity) {
         // Growth is geometric, so that a marker that grows number by number copies each byte a bounded number of times.
-        // A block that would not fit twice over may still fit once.
-        std::uint64_t capacity = bytes > m_capacity ? std::max(bytes, 2 * m_capacity) : bytes;
-        void* block = std::realloc(m_bits, capacity);
-        if (block == nullptr && capacity > bytes) {
+        // Into a new block, whose spare end takes no memory before it is used: growing the old one copies its spare end
+        // too. A block that would not fit three times over may still fit once.
+        std::uint64_t capacity = std::max(bytes, 3 * m_capacity);
+        void* block = std::realloc(nullptr, capacity);
+        if (block != nullptr) {
+            if (oldBytes > 0) std::memcpy(block, m_bits, oldBytes);
+            std::free(m_bits);
+        } else {
             capacity = bytes;
             block = std::realloc(m_bits, capacity);
+            if (block == nullptr) return FALSE;
         }
-        if (block == nullptr) return FALSE;
         m_bits = static_cast<std::uint8_t*>(block);
         m_capacity = capacity;
+    } else if (bytes < oldBytes) {
+        void* const block = std::realloc(m_bits, bytes);
+        if (block == nullptr) return FALSE;
+        m_bits = static_cast<std::uint8_t*>(block);
+        m_capacity = bytes;
     }
     if (bytes > oldBytes) std::memset(m_bits + oldBytes, 0, bytes - oldBytes);
     m_bitCount = bits;
