@@ -2,6 +2,7 @@
 /// Natural order: digit runs compare as numbers, the text between them by collation.
 #include "tarnu/text/OrvaStrings.h"
 
+#include <array>
 #include <clocale>
 #include <cstddef>
 #include <cstdlib>
@@ -52,6 +53,17 @@ bool IsAsciiDigit(wchar_t character) noexcept {
     return character >= L'0' && character <= L'9';
 }
 
+/// ASCII but neither a digit nor the terminator.
+bool IsAsciiText(wchar_t character) noexcept {
+    static constexpr auto isText = [] {
+        std::array<bool, 0x80> table{};
+        for (std::size_t code = 1; code < table.size(); ++code)
+            table[code] = code < L'0' || code > L'9';
+        return table;
+    }();
+    return character < isText.size() && isText[character];
+}
+
 /// std::iswdigit, without a call for ASCII.
 bool IsDigit(wchar_t character) noexcept {
     return character < 0x80 ? IsAsciiDigit(character) : std::iswdigit(static_cast<wint_t>(character)) != 0;
@@ -72,13 +84,14 @@ int Difference(int first, int second) noexcept {
 /// @return false when the run is one for the runtime library: its number may not fit, or characters beyond ASCII may
 ///         belong to it
 bool ReadShortNumber(const wchar_t*& text, int& number) noexcept {
-    const wchar_t* const start = text;
-    number = 0;
-    for (; IsAsciiDigit(*text); ++text) {
-        if (text - start == 9) return false;
-        number = number * 10 + (*text - L'0');
-    }
-    return *text < 0x80;
+    const wchar_t* cursor = text;
+    unsigned value = 0;
+    for (; IsAsciiDigit(*cursor); ++cursor)
+        value = value * 10 + static_cast<unsigned>(*cursor - L'0');
+    number = static_cast<int>(value);
+    const std::ptrdiff_t length = cursor - text;
+    text = cursor;
+    return length <= 9 && *cursor < 0x80;
 }
 
 int ReadNumber(const wchar_t*& text) noexcept {
@@ -132,14 +145,12 @@ int NaturalCompare(const wchar_t* a, const wchar_t* b) noexcept {
     for (;;) {
         const wchar_t* cursorA = a;
         const wchar_t* cursorB = b;
-        while (*cursorA == *cursorB && !IsAsciiDigit(*cursorA)) {
-            if (*cursorA == 0) return 0;
-            if (*cursorA >= 0x80) return ComparePieces<Collation>(a, b, cursorA, cursorB);
+        while (*cursorA == *cursorB && IsAsciiText(*cursorA)) {
             ++cursorA;
             ++cursorB;
         }
         if (!IsAsciiDigit(*cursorA) || !IsAsciiDigit(*cursorB)) {
-            return ComparePieces<Collation>(a, b, cursorA, cursorB);
+            return (*cursorA | *cursorB) == 0 ? 0 : ComparePieces<Collation>(a, b, cursorA, cursorB);
         }
         const wchar_t* const digitsA = cursorA;
         const wchar_t* const digitsB = cursorB;
