@@ -240,7 +240,7 @@ int main() {
         .Peer("parser and sorted vector", [&] { return Sample(Write(SortedVectorOf(text), length)); })
         .Peer("parser and std::set", [&] { return Sample(Write(SetOf(text), length)); })
         .Goal(1.1)
-        .Rounds(7);
+        .Rounds(5);
     subject.AddCase("subtract, sorted", "item", 2'200'000)
         .Limit("parser and bit sets",
                [&] {
@@ -262,14 +262,6 @@ int main() {
                   std::set_difference(from.begin(), from.end(), numbers.begin(), numbers.end(),
                                       std::back_inserter(rest));
                   return Sample(Write(rest, length));
-              })
-        .Peer("parser and std::set",
-              [&] {
-                  std::set<std::uint32_t> numbers = SetOf(text);
-                  Parse(other, [&numbers](std::uint32_t start, std::uint32_t end) {
-                      numbers.erase(numbers.lower_bound(start), numbers.upper_bound(end));
-                  });
-                  return Sample(Write(numbers, length));
               })
         .Goal(1.1)
         .Rounds(7);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cwchar>
@@ -141,6 +142,7 @@ OrvaPointString::OrvaPointString(const CString& text) : m_text(text) {}
 OrvaPointString::OrvaPointString(const OrvaPointString& other)
     : m_text(other.m_text)
     , m_walk(other.m_walk)
+    , m_walkText(m_walk.GetString())
     , m_position(other.m_position)
     , m_walkEnd(other.m_walkEnd)
     , m_label(other.m_label)
@@ -165,6 +167,7 @@ OrvaPointString::~OrvaPointString() = default;
 
 void OrvaPointString::ResetWalk() noexcept {
     m_walk.Empty();
+    m_walkText = m_walk.GetString();
     m_position = m_walkEnd = m_tokenStart = m_tokenEnd = 0;
     m_rangeStart = m_rangeEnd = m_current = m_count = 0;
     m_done = m_descending = m_error = FALSE;
@@ -188,12 +191,16 @@ void OrvaPointString::SetText(const CString& text) {
 // The walk
 
 bool OrvaPointString::StartWalk() {
-    m_error = m_done = m_descending = FALSE;
     m_walk = m_text;
+    return StartWalkOver(m_walk.GetString(), m_walk.GetLength());
+}
+
+bool OrvaPointString::StartWalkOver(const wchar_t* text, int length) noexcept {
+    m_error = m_done = m_descending = FALSE;
+    m_walkText = text;
+    m_walkEnd = length;
     m_tokenStart = m_tokenEnd = 0;
     m_position = 0;
-    m_walkEnd = m_walk.GetLength();
-    const wchar_t* const text = m_walk.GetString();
     while (m_walkEnd > 0 && IsSpace(text[m_walkEnd - 1]))
         --m_walkEnd;
     while (m_position < m_walkEnd && IsSpace(text[m_position]))
@@ -218,7 +225,7 @@ void OrvaPointString::AcceptRange(UINT start, UINT end) noexcept {
 }
 
 void OrvaPointString::CutToken() noexcept {
-    const wchar_t* const text = m_walk.GetString();
+    const wchar_t* const text = m_walkText;
     const wchar_t* cursor = text + m_position;
     PlainToken token;
     if (m_walkEnd - m_position < PlainToken::reach || !token.Read(cursor)) return CutAnyToken();
@@ -232,7 +239,7 @@ void OrvaPointString::CutToken() noexcept {
 
 template <class Take>
 void OrvaPointString::CutPlainTokens(Take take) {
-    const wchar_t* const text = m_walk.GetString();
+    const wchar_t* const text = m_walkText;
     const wchar_t* const end = text + m_walkEnd;
     const wchar_t* cursor = text + m_position;
     bool isDescending = m_descending != FALSE;
@@ -250,15 +257,15 @@ void OrvaPointString::CutPlainTokens(Take take) {
 }
 
 template <class Take>
-void OrvaPointString::TakeAllRanges(Take take) {
-    for (StartWalk(); !m_done; CutToken()) {
+void OrvaPointString::TakeRanges(Take take) {
+    for (; !m_done; CutToken()) {
         take(m_rangeStart, m_rangeEnd);
         CutPlainTokens(take);
     }
 }
 
 void OrvaPointString::CutAnyToken() noexcept {
-    const wchar_t* const text = m_walk.GetString();
+    const wchar_t* const text = m_walkText;
     const wchar_t* const end = text + m_walkEnd;
     const wchar_t* cursor = text + m_position;
     // The rest never begins with white space: an item is empty when it begins with the comma behind it.
@@ -296,7 +303,7 @@ void OrvaPointString::CheckToken(int start, int end) noexcept {
     enum { notBegun, inDigits, ended } firstNumber = notBegun, secondNumber = notBegun;
     bool dash = false;
     bool comparison = false;
-    const wchar_t* const text = m_walk.GetString();
+    const wchar_t* const text = m_walkText;
     int dashAt = start;
     for (int index = start; index < end; ++index) {
         const wchar_t character = text[index];
@@ -383,7 +390,8 @@ BOOL OrvaPointString::IsValid() {
         m_error = FALSE;
         return FALSE;
     }
-    TakeAllRanges([](UINT, UINT) {});
+    StartWalk();
+    TakeRanges([](UINT, UINT) {});
     const BOOL valid = !m_error;
     m_error = FALSE;
     return valid;
@@ -391,8 +399,9 @@ BOOL OrvaPointString::IsValid() {
 
 UINT OrvaPointString::GetCount() {
     UINT count = 0;
+    StartWalk();
     // One expects the length of a downward range; its difference wraps. Hosts rely on the sum as it is.
-    TakeAllRanges([&count](UINT start, UINT end) { count += end - start + 1; });
+    TakeRanges([&count](UINT start, UINT end) { count += end - start + 1; });
     return m_count = count;
 }
 
@@ -425,8 +434,8 @@ void WriteDifference(PointTextWriter& out, const PointNumberSet& held, const Poi
 
 } // namespace
 
-void OrvaPointString::InsertAll(PointNumberSet& set) {
-    TakeAllRanges([&set](UINT start, UINT end) {
+void OrvaPointString::InsertRanges(PointNumberSet& set) {
+    TakeRanges([&set](UINT start, UINT end) {
         if (start == end && start >= PointNumberSet::first && start <= PointNumberSet::last) {
             set.Insert(start);
         } else {
@@ -437,20 +446,24 @@ void OrvaPointString::InsertAll(PointNumberSet& set) {
 
 void OrvaPointString::Subtract(const wchar_t* points, BOOL sorted) {
     try {
-        OrvaPointString named(points);
+        const std::size_t length = points != nullptr ? std::wcslen(points) : 0;
+        if (length > INT_MAX) return;
+        OrvaPointString named;
+        named.StartWalkOver(points, static_cast<int>(length));
         PointNumberSet removed;
-        named.InsertAll(removed);
+        named.InsertRanges(removed);
         if (named.m_error) return;
 
         OrvaPointString walk(m_text);
+        walk.StartWalk();
         PointTextWriter text(CString(), m_text.GetLength());
         if (sorted) {
             PointNumberSet held;
-            walk.InsertAll(held);
+            walk.InsertRanges(held);
             WriteDifference(text, held, removed);
         } else {
             PointSequenceWriter sequence(text);
-            walk.TakeAllRanges([&](UINT start, UINT end) { WriteFree(sequence, removed, start, end); });
+            walk.TakeRanges([&](UINT start, UINT end) { WriteFree(sequence, removed, start, end); });
             sequence.Close();
         }
         Assign(OrvaPointString(text.Finish()));
@@ -462,14 +475,15 @@ void OrvaPointString::Subtract(const wchar_t* points, BOOL sorted) {
 void OrvaPointString::Normalize(BOOL sorted) {
     try {
         OrvaPointString walk(m_text);
+        walk.StartWalk();
         PointTextWriter text(CString(), m_text.GetLength());
         PointNumberSet seen;
         if (sorted) {
-            walk.InsertAll(seen);
+            walk.InsertRanges(seen);
             WriteDifference(text, seen, PointNumberSet());
         } else {
             PointSequenceWriter sequence(text);
-            walk.TakeAllRanges([&](UINT start, UINT end) {
+            walk.TakeRanges([&](UINT start, UINT end) {
                 if (start == end && start >= PointNumberSet::first && start <= PointNumberSet::last) {
                     if (seen.Insert(start)) sequence.Add(start);
                     return;

@@ -106,24 +106,26 @@ protected:
 
 private:
     bool StartWalk();
+    /// A walk over a text that outlives it.
+    bool StartWalkOver(const wchar_t* text, int length) noexcept;
     void ResetWalk() noexcept;
     void CutToken() noexcept;
     void CutAnyToken() noexcept;
     /// Cuts the tokens that can be read at once and gives their ranges.
     template <class Take>
     void CutPlainTokens(Take take);
-    /// Walks from the beginning and gives every range.
+    /// Gives the range cut last and all that follow.
     template <class Take>
-    void TakeAllRanges(Take take);
+    void TakeRanges(Take take);
+    void InsertRanges(tarnu::support::PointNumberSet& set);
     void CheckToken(int start, int end) noexcept;
     void AcceptRange(UINT start, UINT end) noexcept;
     void Fail() noexcept;
-    /// Walks all ranges into a set.
-    void InsertAll(tarnu::support::PointNumberSet& set);
 
     // The unparsed rest of a walk and its token are spans of the text that the walk began with, so that cutting a token
     // copies nothing.
     CString m_walk;
+    const wchar_t* m_walkText = nullptr;
     int m_position = 0;
     int m_walkEnd = 0;
     CString m_label;
