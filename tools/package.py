@@ -2,7 +2,9 @@
 """Makes the versioned archive of a build: everything that the installation installs, and the reference when doxygen is there. The
 archive is written by orva, so by the library's own writer, and read back by an independent reader.
 
-usage: package.py BUILD_FOLDER OUTPUT_FOLDER [EMULATOR]    (EMULATOR runs orva where Windows does not: cmake/wine)
+usage: package.py [--config=Release] BUILD_FOLDER OUTPUT_FOLDER [EMULATOR]
+
+EMULATOR runs orva where Windows does not: cmake/wine.
 """
 import filecmp
 import os
@@ -48,14 +50,17 @@ def verify(archive, folder):
 
 
 def main():
-    if len(sys.argv) not in (3, 4):
+    options = [argument for argument in sys.argv[1:] if argument.startswith("--config=")]
+    arguments = [argument for argument in sys.argv[1:] if argument not in options]
+    if len(arguments) not in (2, 3) or len(options) > 1:
         sys.exit(__doc__.strip())
-    build, output = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
-    emulator = sys.argv[3:]
+    config = options[0].partition("=")[2] if options else "Release"
+    build, output = (pathlib.Path(argument).resolve() for argument in arguments[:2])
+    emulator = arguments[2:]
     version = re.search(r"project\(TarnuWin32Utils VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text(encoding="utf-8"))
     folder = build / "package" / f"TarnuWin32Utils-{version.group(1)}-win64"
     shutil.rmtree(folder.parent, ignore_errors=True)
-    subprocess.run(["cmake", "--install", str(build), "--config", "Release", "--prefix", str(folder)],
+    subprocess.run(["cmake", "--install", str(build), "--config", config, "--prefix", str(folder)],
                    check=True, stdout=subprocess.DEVNULL)
     for name in NEEDED:
         if not (folder / name).is_file():
