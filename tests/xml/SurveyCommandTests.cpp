@@ -5,6 +5,7 @@
 #include "tarnu/xml/OrvaXml.h"
 #include "tarnu/xml/XmlNumbers.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <random>
@@ -161,23 +162,37 @@ TEST(SurveyCommand, BadLinesAreReportedAndNothingIsWritten) {
                  {"5,1,2,3,a\x01", "(U+0001) that XML does not allow"},
                  {"5,1,2,3,\xE4", "not UTF-8"},
                  {"1,1,2,3", "point 1 stands in line 2 already"}};
-    std::string text = "# points\n1,1,2,3,first\n";
-    for (const auto& test : cases)
-        text += std::string(test.line) + "\n";
-    text += "6,1,2,3,last";
-    folder.MakeFile(L"in.csv", text);
+    // Ten are shown in full, so the cases go in portions of that size.
+    constexpr std::size_t shown = 10;
     folder.MakeFile(L"out.xml", "kept");
-    const Outcome refused = Orva(folder, L"landxml in.csv out.xml");
-    EXPECT_EQ(1u, refused.status);
-    EXPECT_EQ("kept", ReadFile(folder / L"out.xml"));
-    std::size_t at = 0;
-    unsigned line = 3;
-    for (const auto& test : cases) {
-        at = refused.errors.find("in.csv(" + std::to_string(line++) + "): ", at);
-        ASSERT_NE(std::string::npos, at) << test.line << "\n" << refused.errors;
-        const std::string message = refused.errors.substr(at, refused.errors.find('\n', at) - at);
-        EXPECT_TRUE(Contains(message, test.reason)) << message;
+    for (std::size_t first = 0; first < std::size(cases); first += shown) {
+        const std::size_t last = std::min(first + shown, std::size(cases));
+        std::string text = "# points\n1,1,2,3,first\n";
+        for (std::size_t index = first; index < last; ++index)
+            text += std::string(cases[index].line) + "\n";
+        text += "6,1,2,3,last";
+        folder.MakeFile(L"in.csv", text);
+        const Outcome refused = Orva(folder, L"landxml in.csv out.xml");
+        EXPECT_EQ(1u, refused.status);
+        EXPECT_EQ("kept", ReadFile(folder / L"out.xml"));
+        EXPECT_FALSE(Contains(refused.errors, " more\n")) << refused.errors;
+        std::size_t at = 0;
+        for (std::size_t index = first; index < last; ++index) {
+            at = refused.errors.find("in.csv(" + std::to_string(3 + index - first) + "): ", at);
+            ASSERT_NE(std::string::npos, at) << cases[index].line << "\n" << refused.errors;
+            const std::string message = refused.errors.substr(at, refused.errors.find('\n', at) - at);
+            EXPECT_TRUE(Contains(message, cases[index].reason)) << message;
+        }
     }
+    std::string many = "1,1,2,3\n6,1,2,3\n";
+    for (int line = 0; line < 1000; ++line)
+        many += "x\n";
+    folder.MakeFile(L"in.csv", many);
+    const Outcome counted = Orva(folder, L"landxml in.csv out.xml");
+    EXPECT_EQ(1u, counted.status);
+    EXPECT_TRUE(Contains(counted.errors, "in.csv(12): ")) << counted.errors;
+    EXPECT_FALSE(Contains(counted.errors, "in.csv(13): ")) << counted.errors;
+    EXPECT_TRUE(Contains(counted.errors, "\norva: and 990 bad lines more\n")) << counted.errors;
     const Outcome skipped = Orva(folder, L"landxml in.csv out.xml --skip-bad");
     EXPECT_EQ(0u, skipped.status) << skipped.errors;
     EXPECT_TRUE(Contains(skipped.output, "2 points: 1,6"));
@@ -197,6 +212,19 @@ TEST(SurveyCommand, BadLinesAreReportedAndNothingIsWritten) {
                                      L"landxml --read out.xml --skip-bad", L"landxml in.csv none.xml --units mile"}) {
         EXPECT_EQ(2u, Orva(folder, arguments).status) << CString(arguments).GetString();
     }
+}
+
+TEST(XmlCommand, ValuesAndTextsAreQuotedUnambiguously) {
+    const TempFolder folder;
+    folder.MakeFile(L"in.xml", "<a b='say \"x\" \\ &#10;&#13;&#9;&#x200E;' c='\xC3\xA4\xF0\x9F\x98\x80'>p\" = \"q</a>");
+    const Outcome tree = Orva(folder, L"xml in.xml");
+    EXPECT_EQ(0u, tree.status) << tree.errors;
+    EXPECT_EQ("#document\n"
+              "  a\n"
+              "    @b = \"say \\\"x\\\" \\\\ \\n\\r\\t\\u200E\"\n"
+              "    @c = \"\xC3\xA4\xF0\x9F\x98\x80\"\n"
+              "    #text \"p\\\" = \\\"q\"\n",
+              tree.output);
 }
 
 TEST(SurveyCommand, ReadsWhatOthersWrote) {

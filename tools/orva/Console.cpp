@@ -36,6 +36,20 @@ void AppendUtf8(std::string& text, char32_t point) {
     }
 }
 
+CapturedOutput* g_captured = nullptr;
+
+/// Characters that steer a terminal, end a line, or turn the direction of what follows.
+bool IsControl(wchar_t unit) {
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || (unit >= 0x2028 && unit <= 0x202E) ||
+           (unit >= 0x2066 && unit <= 0x2069);
+}
+
+/// These, and others that do not show.
+bool IsInvisible(wchar_t unit) {
+    return IsControl(unit) || unit == 0xA0 || unit == 0xAD || unit == 0x61C || (unit >= 0x200B && unit <= 0x200F) ||
+           (unit >= 0x2060 && unit <= 0x206F) || unit == 0xFEFF;
+}
+
 void Write(DWORD stream, std::wstring_view text) {
     const HANDLE handle = ::GetStdHandle(stream);
     DWORD mode = 0;
@@ -109,6 +123,10 @@ std::string Utf8(std::wstring_view text) {
 }
 
 void Print(std::wstring_view text) {
+    if (g_captured != nullptr) {
+        g_captured->m_text += text;
+        return;
+    }
     Write(STD_OUTPUT_HANDLE, text);
 }
 void PrintError(std::wstring_view text) {
@@ -152,6 +170,41 @@ std::wstring Counted(std::uint64_t count, const wchar_t* one, const wchar_t* man
     return Format(L"%I64u %s", count, count == 1 ? one : many);
 }
 
+std::wstring Quoted(std::wstring_view text) {
+    std::wstring quoted = L"\"";
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const wchar_t unit = text[at];
+        const bool isPair = IsSurrogate(unit, 0xD800) && at + 1 < text.size() && IsSurrogate(text[at + 1], 0xDC00);
+        if (unit == L'"' || unit == L'\\') {
+            quoted += L'\\';
+            quoted += unit;
+        } else if (unit == L'\n' || unit == L'\r' || unit == L'\t') {
+            quoted += unit == L'\n' ? L"\\n" : unit == L'\r' ? L"\\r" : L"\\t";
+        } else if (isPair) {
+            quoted += text.substr(at++, 2);
+        } else if (IsInvisible(unit) || (unit & 0xF800) == 0xD800) {
+            quoted += Format(L"\\u%04X", static_cast<unsigned>(unit));
+        } else {
+            quoted += unit;
+        }
+    }
+    return quoted + L'"';
+}
+
+std::wstring OnOneLine(std::wstring_view name) {
+    std::wstring text(name);
+    std::replace_if(text.begin(), text.end(), &IsControl, static_cast<wchar_t>(replacement));
+    return text;
+}
+
+CapturedOutput::CapturedOutput() : m_outer(g_captured) {
+    g_captured = this;
+}
+
+CapturedOutput::~CapturedOutput() {
+    g_captured = m_outer;
+}
+
 bool IsTerminal() {
     DWORD mode = 0;
     return ::GetConsoleMode(::GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
@@ -161,7 +214,7 @@ void ProgressLine::Item(std::uint64_t number, std::uint64_t count, std::wstring_
     const std::wstring head = count == 0 ? Format(L"[%I64u] ", number) : Format(L"[%I64u/%I64u] ", number, count);
     std::wstring line = head + std::wstring(name);
     if (!IsTerminal()) {
-        Print(line + L"\n");
+        if (g_captured == nullptr) Print(line + L"\n");
         return;
     }
     const std::uint64_t now = ::GetTickCount64();
@@ -176,12 +229,12 @@ void ProgressLine::Item(std::uint64_t number, std::uint64_t count, std::wstring_
     const std::size_t shown = line.size();
     if (shown < m_width) line.append(m_width - shown, L' ');
     m_width = shown;
-    Print(L"\r" + line);
+    Write(STD_OUTPUT_HANDLE, L"\r" + line);
 }
 
 void ProgressLine::Clear() {
     if (m_width == 0) return;
-    Print(L"\r" + std::wstring(m_width, L' ') + L"\r");
+    Write(STD_OUTPUT_HANDLE, L"\r" + std::wstring(m_width, L' ') + L"\r");
     m_width = 0;
 }
 

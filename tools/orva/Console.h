@@ -30,8 +30,36 @@ std::wstring Counted(std::uint64_t count, const wchar_t* one, const wchar_t* man
 /// The system's text for an error code, on one line.
 std::wstring ErrorText(unsigned long error);
 
+/// A text between quotes, in which nothing is hidden and nothing ambiguous: \" \\ \n \r \t, and \u200E for other
+/// characters that cannot be seen.
+std::wstring Quoted(std::wstring_view text);
+
+/// A name in a message; an empty one is seen, too.
+inline std::wstring Named(const std::wstring& name) {
+    return name.empty() ? std::wstring(L"\"\"") : name;
+}
+
+/// A name that came from outside, fit for one line: control characters are replaced.
+std::wstring OnOneLine(std::wstring_view name);
+
 /// True when standard output is a terminal.
 bool IsTerminal();
+
+/// While it lives, what is printed to standard output comes here instead, and progress shows on a terminal alone.
+class CapturedOutput {
+public:
+    CapturedOutput();
+    ~CapturedOutput();
+    CapturedOutput(const CapturedOutput&) = delete;
+    CapturedOutput& operator=(const CapturedOutput&) = delete;
+
+    const std::wstring& Text() const { return m_text; }
+
+private:
+    friend void Print(std::wstring_view text);
+    std::wstring m_text;
+    CapturedOutput* const m_outer;
+};
 
 /// Progress of a long operation. On a terminal one line is rewritten, at most some ten times a second; elsewhere each
 /// finished item is a plain line of its own. The destructor takes the terminal's line away.

@@ -18,7 +18,7 @@ bool LoadXml(OrvaXml& xml) {
     const CString path = xml.GetPath();
     const DWORD attributes = ::GetFileAttributesW(path);
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-        PrintError(L"orva: there is no file " + std::wstring(path) + L"\n");
+        PrintError(L"orva: " + Named(path.GetString()) + L": there is no such file\n");
         return false;
     }
     const OrvaXml::DocumentPointer document = xml.GetDocument();
@@ -30,7 +30,7 @@ bool LoadXml(OrvaXml& xml) {
     OrvaXml::ElementPointer root;
     if (SUCCEEDED(result) && SUCCEEDED(document->get_documentElement(root.GetAddressOf())) && root) return true;
 
-    std::wstring text = L"orva: " + std::wstring(path) + L" is no XML document";
+    std::wstring text = L"orva: " + std::wstring(path) + L": this is no XML document";
     Microsoft::WRL::ComPtr<IXMLDOMParseError> error;
     if (SUCCEEDED(document->get_parseError(error.GetAddressOf())) && error) {
         long line = 0;

@@ -2,75 +2,97 @@
 
 #include "orva/Command.h"
 #include "orva/Console.h"
+#include "orva/Help.h"
+#include "orva/Parser.h"
 
+#include <algorithm>
 #include <exception>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <vector>
-#include <windows.h>
 
 namespace orva {
 
-// One declaration and one entry of the table per command, in the order in which the help lists them.
-
-void AddTreeCommand(CLI::App& program, Action& action);
-void AddPathCommand(CLI::App& program, Action& action);
-void AddZipCommand(CLI::App& program, Action& action);
-void AddUnzipCommand(CLI::App& program, Action& action);
-void AddCopyCommand(CLI::App& program, Action& action);
-void AddMoveCommand(CLI::App& program, Action& action);
-void AddDeleteCommand(CLI::App& program, Action& action);
-void AddReportCommand(CLI::App& program, Action& action);
-void AddModifiedCommand(CLI::App& program, Action& action);
-void AddWatchCommand(CLI::App& program, Action& action);
-void AddBrowseCommand(CLI::App& program, Action& action);
-void AddPointsCommand(CLI::App& program, Action& action);
-void AddLandXmlCommand(CLI::App& program, Action& action);
-void AddXmlCommand(CLI::App& program, Action& action);
+void AddTourCommand(Command& program);
+void AddTreeCommand(Command& program);
+void AddCopyCommand(Command& program);
+void AddMoveCommand(Command& program);
+void AddDeleteCommand(Command& program);
+void AddZipCommand(Command& program);
+void AddUnzipCommand(Command& program);
+void AddPathCommand(Command& program);
+void AddBrowseCommand(Command& program);
+void AddWatchCommand(Command& program);
+void AddModifiedCommand(Command& program);
+void AddReportCommand(Command& program);
+void AddPointsCommand(Command& program);
+void AddLandXmlCommand(Command& program);
+void AddXmlCommand(Command& program);
+void AddHelpCommand(Command& program);
+void AddCompletionCommand(Command& program);
 
 namespace {
 
-using AddCommand = void (*)(CLI::App& program, Action& action);
-
-constexpr AddCommand commands[] = {
-    &AddTreeCommand,   &AddPathCommand,   &AddZipCommand,     &AddUnzipCommand,    &AddCopyCommand,
-    &AddMoveCommand,   &AddDeleteCommand, &AddReportCommand,  &AddModifiedCommand, &AddWatchCommand,
-    &AddBrowseCommand, &AddPointsCommand, &AddLandXmlCommand, &AddXmlCommand,
+/// A family of commands in the help, and a command of it.
+struct Entry {
+    const char* group;
+    void (*add)(Command& program);
 };
 
-int Run(const std::vector<std::string>& arguments) {
-    CLI::App program("orva: folders, paths, archives and survey data from the command line", "orva");
-    program.allow_windows_style_options(false); // a path may begin with a slash
-    program.set_help_flag("-h,--help", "Print this help and exit");
-    program.get_formatter()->column_width(36);
-    program.require_subcommand(1);
-    Action action;
-    for (const AddCommand add : commands)
-        add(program, action);
+/// In the order of the help.
+constexpr Entry commands[] = {
+    {"To begin with", &AddTourCommand},          {"Folders and archives", &AddTreeCommand},
+    {"Folders and archives", &AddCopyCommand},   {"Folders and archives", &AddMoveCommand},
+    {"Folders and archives", &AddDeleteCommand}, {"Folders and archives", &AddZipCommand},
+    {"Folders and archives", &AddUnzipCommand},  {"Paths and files", &AddPathCommand},
+    {"Paths and files", &AddBrowseCommand},      {"Paths and files", &AddWatchCommand},
+    {"Paths and files", &AddModifiedCommand},    {"Paths and files", &AddReportCommand},
+    {"Survey data and XML", &AddPointsCommand},  {"Survey data and XML", &AddLandXmlCommand},
+    {"Survey data and XML", &AddXmlCommand},     {"About orva", &AddHelpCommand},
+    {"About orva", &AddCompletionCommand},
+};
+
+void Declare(Command& program) {
+    program.Synopsis({"COMMAND [ARGUMENT…]"});
+    for (const Entry& entry : commands) {
+        entry.add(program);
+        program.Commands().back()->Group(entry.group);
+    }
+}
+
+int Complain(const Command& command, const std::string& complaint) {
+    PrintError(L"orva: " + Wide(complaint) + L"\nTry \"" + Wide(command.FullName()) + L" --help\".\n");
+    return exitUsage;
+}
+
+} // namespace
+
+int RunProgram(const std::vector<std::wstring>& arguments) {
+    Command program("orva", "Works with folders, archives, paths and survey data from the command line.");
+    bool isVersion = false;
+    program.Flag("--version", isVersion, "print the version");
+    program.Run([] {
+        Print(L"orva " ORVA_VERSION L"\n");
+        return exitSuccess;
+    });
+    Declare(program);
+    const Parsed parsed = Parse(program, arguments);
+    if (!parsed.complaint.empty()) return Complain(*parsed.command, parsed.complaint);
+    if (parsed.isHelp) {
+        Print(Wide(HelpText(*parsed.command)));
+        return exitSuccess;
+    }
     try {
-        // CLI11 takes the arguments from the back.
-        program.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-        return action ? action() : exitUsage;
-    } catch (const CLI::ParseError& error) {
-        std::ostringstream output;
-        std::ostringstream errors;
-        const int status = program.exit(error, output, errors);
-        Print(Wide(output.str()));
-        PrintError(Wide(errors.str()));
-        return status == 0 ? exitSuccess : exitUsage;
+        return parsed.command->Work();
+    } catch (const UsageError& error) {
+        return Complain(*parsed.command, error.what());
     } catch (const std::exception& error) {
         PrintError(L"orva: " + Wide(error.what()) + L"\n");
         return exitFailure;
     }
 }
 
-} // namespace
 } // namespace orva
 
 int wmain(int count, wchar_t** values) {
-    std::vector<std::string> arguments;
-    for (int index = 1; index < count; ++index)
-        arguments.push_back(orva::Utf8(values[index]));
-    return orva::Run(arguments);
+    return orva::RunProgram(std::vector<std::wstring>(values + std::min(count, 1), values + count));
 }

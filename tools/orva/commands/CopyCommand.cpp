@@ -4,13 +4,15 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace orva {
 namespace {
 
 struct Options {
-    std::string source;
-    std::string destination;
+    std::wstring source;
+    std::wstring destination;
     std::string policy = "fail";
     int retries = OrvaTreeOptions().sharingRetries;
     bool isQuiet = false;
@@ -31,18 +33,16 @@ OrvaTreePolicy PolicyOf(const std::string& name) {
         ->policy;
 }
 
-CLI::App* Declare(CLI::App& program, const char* name, const char* description, Options& options) {
-    CLI::App* command = program.add_subcommand(name, description);
-    command->add_option("DIR", options.source, "The folder")->required();
-    command->add_option("DESTINATION", options.destination, "What it becomes; created with the folders above it")
-        ->required();
-    command->add_option("-p,--policy", options.policy, "What happens to files that are there")
-        ->check(CLI::IsMember({"fail", "skip", "overwrite", "newer"}))
-        ->capture_default_str();
-    command->add_option("-r,--retries", options.retries, "Further tries for files that are in use")
-        ->check(CLI::Range(0, 1000))
-        ->capture_default_str();
-    command->add_flag("-q,--quiet", options.isQuiet, "Show no progress");
+Command& Declare(Command& program, const char* name, const char* description, Options& options) {
+    Command& command = program.Add(name, description);
+    command.Text("DIR", options.source, "the folder").Required();
+    command.Text("DESTINATION", options.destination, "what it becomes; created with the folders above it").Required();
+    std::vector<std::string> words;
+    for (const NamedPolicy& policy : policies)
+        words.emplace_back(policy.name);
+    command.Choice("-p,--policy", options.policy, words, "what happens to a file that is there already");
+    command.Number("-r,--retries", options.retries, 0, 1000, "COUNT", "further tries for a file that is in use");
+    command.Flag("-q,--quiet", options.isQuiet, "show no progress");
     return command;
 }
 
@@ -52,9 +52,7 @@ bool Copy(const Options& options, TreeProgress& progress, OrvaTreeCounts& counts
     work.policy = PolicyOf(options.policy);
     work.sharingRetries = options.retries;
     work.onFailure = [&progress](const wchar_t* path, DWORD error) { progress.Report(path, error); };
-    const std::wstring source = Wide(options.source);
-    const std::wstring destination = Wide(options.destination);
-    const int flag = OrvaCopyTree(source.c_str(), destination.c_str(), work, &counts);
+    const int flag = OrvaCopyTree(options.source.c_str(), options.destination.c_str(), work, &counts);
     progress.Finish();
     std::wstring text = L"copied " + Counted(counts.files, L"file", L"files") + L", " +
                         Counted(counts.directories, L"new folder", L"new folders");
@@ -85,22 +83,29 @@ int RunMove(const Options& options) {
     OrvaTreeOptions work;
     work.sharingRetries = options.retries;
     work.onFailure = [&progress](const wchar_t* path, DWORD error) { progress.Report(path, error); };
-    return OrvaRemoveTree(Wide(options.source).c_str(), work) == 0 ? exitSuccess : exitFailure;
+    return OrvaRemoveTree(options.source.c_str(), work) == 0 ? exitSuccess : exitFailure;
 }
 
 } // namespace
 
-void AddCopyCommand(CLI::App& program, Action& action) {
+void AddCopyCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = Declare(program, "copy", "Copies a folder with all that is in it; links stay links", *options);
-    command->callback([options, &action] { action = [options] { return RunCopy(*options); }; });
+    Command& command = Declare(program, "copy",
+                               "Copies a folder with all that is in it.\n\nLinks are copied as links and not entered. "
+                               "Ctrl+C stops between two files.",
+                               *options);
+    command.Example("C:\\jobs D:\\backup --policy newer", "bring a copy up to date");
+    command.Run([options] { return RunCopy(*options); });
 }
 
-void AddMoveCommand(CLI::App& program, Action& action) {
+void AddMoveCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command =
-        Declare(program, "move", "Copies a folder and then deletes it, if all of it was copied", *options);
-    command->callback([options, &action] { action = [options] { return RunMove(*options); }; });
+    Command& command = Declare(program, "move",
+                               "Copies a folder, and deletes the original when all of it was copied.\n\nAfter a "
+                               "failure, a stop or a skipped file the original is left whole.",
+                               *options);
+    command.Example("C:\\jobs\\2019 D:\\archive\\2019", "the folder 2019 changes drives");
+    command.Run([options] { return RunMove(*options); });
 }
 
 } // namespace orva

@@ -2,13 +2,14 @@
 #include "orva/TreeProgress.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace orva {
 namespace {
 
 struct Options {
-    std::vector<std::string> folders;
+    std::vector<std::wstring> folders;
     int retries = OrvaTreeOptions().sharingRetries;
     bool isQuiet = false;
 };
@@ -19,8 +20,7 @@ int Run(const Options& options) {
     work.sharingRetries = options.retries;
     work.onFailure = [&progress](const wchar_t* path, DWORD error) { progress.Report(path, error); };
     int failed = 0;
-    for (const std::string& folder : options.folders) {
-        const std::wstring path = Wide(folder);
+    for (const std::wstring& path : options.folders) {
         OrvaTreeCounts counts;
         failed |= OrvaRemoveTree(path.c_str(), work, &counts);
         progress.Finish();
@@ -36,16 +36,15 @@ int Run(const Options& options) {
 
 } // namespace
 
-void AddDeleteCommand(CLI::App& program, Action& action) {
+void AddDeleteCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command =
-        program.add_subcommand("delete", "Deletes folders with all that is in them; links are not followed");
-    command->add_option("DIR", options->folders, "The folders; one that does not exist counts as deleted")->required();
-    command->add_option("-r,--retries", options->retries, "Further tries for files that are in use")
-        ->check(CLI::Range(0, 1000))
-        ->capture_default_str();
-    command->add_flag("-q,--quiet", options->isQuiet, "Show no progress");
-    command->callback([options, &action] { action = [options] { return Run(*options); }; });
+    Command& command = program.Add("delete", "Deletes folders with all that is in them.\n\nNothing asks again. Links "
+                                             "are deleted as links: what they lead to stays. Read-only files go, too.");
+    command.Texts("DIR", options->folders, "the folders; one that does not exist counts as deleted").Required();
+    command.Number("-r,--retries", options->retries, 0, 1000, "COUNT", "further tries for a file that is in use");
+    command.Flag("-q,--quiet", options->isQuiet, "show no progress");
+    command.Example("C:\\jobs\\old C:\\jobs\\tmp", "both folders");
+    command.Run([options] { return Run(*options); });
 }
 
 } // namespace orva

@@ -1,5 +1,6 @@
 #include "orva/Command.h"
 #include "orva/Console.h"
+#include "orva/PointSelection.h"
 #include "orva/SurveyPoints.h"
 #include "orva/XmlFile.h"
 #include "tarnu/TarnuWin32Utils.h"
@@ -14,11 +15,11 @@ namespace orva {
 namespace {
 
 struct Options {
-    std::string pointsFile;
-    std::string outputFile;
-    std::string readFile;
-    std::string points;
-    std::string name;
+    std::wstring pointsFile;
+    std::wstring outputFile;
+    std::wstring readFile;
+    std::wstring points;
+    std::wstring name;
     std::string units = "meter";
     bool skipsBad = false;
 };
@@ -56,36 +57,21 @@ const Units& UnitsOf(const std::string& name) {
     return *std::find_if(std::begin(units), std::end(units), [&name](const Units& unit) { return name == unit.name; });
 }
 
-/// The numbers that the user wants, as ascending ranges that do not overlap.
-class Selection {
+/// Prints the first complaints of many, and how many more there are.
+class Complaints {
 public:
-    /// Everything is wanted when the text is empty.
-    explicit Selection(const std::string& text) : m_isEverything(text.empty()) {
-        OrvaPointString points(Wide(text).c_str());
-        if (!points.IsValid()) throw CLI::ValidationError("--points", "\"" + text + "\" is no list of point numbers");
-        for (const auto range : tarnu::OrvaPointRanges(points))
-            m_ranges.emplace_back(std::min(range.start, range.end), std::max(range.start, range.end));
-        std::sort(m_ranges.begin(), m_ranges.end());
-        std::size_t kept = 0;
-        for (const auto& range : m_ranges) {
-            if (kept > 0 && range.first <= m_ranges[kept - 1].second) {
-                m_ranges[kept - 1].second = std::max(m_ranges[kept - 1].second, range.second);
-            } else {
-                m_ranges[kept++] = range;
-            }
-        }
-        m_ranges.resize(kept);
+    void Add(const std::wstring& text) {
+        if (++m_count <= shown) PrintError(text + L"\n");
     }
-
-    bool Holds(UINT number) const {
-        if (m_isEverything) return true;
-        const auto after = std::upper_bound(m_ranges.begin(), m_ranges.end(), std::pair(number, UINT_MAX));
-        return after != m_ranges.begin() && number <= std::prev(after)->second;
+    /// @param what what is wrong, as in "bad line", "bad lines"
+    void Finish(const wchar_t* what, const wchar_t* whats) const {
+        if (m_count > shown) PrintError(L"orva: and " + Counted(m_count - shown, what, whats) + L" more\n");
     }
+    std::size_t Count() const { return m_count; }
 
 private:
-    bool m_isEverything;
-    std::vector<std::pair<UINT, UINT>> m_ranges;
+    static constexpr std::size_t shown = 10;
+    std::size_t m_count = 0;
 };
 
 /// Appends an element with attributes; empty when the document refuses it.
@@ -161,26 +147,23 @@ std::wstring Numbering(const std::vector<SurveyPoint>& points) {
     return numbers.GetText().GetString();
 }
 
-std::wstring SystemText(DWORD error) {
-    CString text = OrvaGetSystemErrorText(error);
-    text.TrimRight();
-    return text.GetString();
-}
-
 int Write(const Options& options) {
-    const Selection selection(options.points);
-    const std::wstring source = Wide(options.pointsFile);
-    const std::wstring target = Wide(options.outputFile);
+    const PointSelection selection(options.points);
+    const std::wstring& source = options.pointsFile;
+    const std::wstring& target = options.outputFile;
     std::vector<unsigned char> bytes;
     if (OrvaReadFile(source.c_str(), bytes) != 0) {
-        PrintError(L"orva: " + source + L" cannot be read: " + SystemText(::GetLastError()) + L"\n");
+        const DWORD error = ::GetLastError();
+        PrintError(L"orva: " + Named(source) + L": " + ErrorText(error) + L"\n");
         return exitFailure;
     }
     SurveyFile survey = ReadSurvey({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    Complaints complaints;
     for (const BadLine& bad : survey.badLines)
-        PrintError(Format(L"%s(%u): %s\n", source.c_str(), static_cast<unsigned>(bad.line), bad.reason.c_str()));
+        complaints.Add(Format(L"%s(%u): %s", source.c_str(), static_cast<unsigned>(bad.line), bad.reason.c_str()));
+    complaints.Finish(L"bad line", L"bad lines");
     if (!survey.badLines.empty() && !options.skipsBad) {
-        PrintError(L"orva: nothing was written; --skip-bad leaves such lines out\n");
+        PrintError(L"orva: nothing was written; --skip-bad leaves bad lines out\n");
         return exitFailure;
     }
     std::vector<SurveyPoint>& points = survey.points;
@@ -190,7 +173,7 @@ int Write(const Options& options) {
         return exitFailure;
     }
 
-    std::wstring project = Wide(options.name);
+    std::wstring project = options.name;
     if (project.empty()) {
         project = source.substr(source.find_last_of(L"\\/:") + 1);
         if (project.rfind(L'.') != 0) project = project.substr(0, project.rfind(L'.'));
@@ -211,7 +194,7 @@ int Write(const Options& options) {
     }
     if (error != ERROR_SUCCESS) {
         ::DeleteFileW(temporary.c_str());
-        PrintError(L"orva: " + target + L" cannot be written: " + SystemText(error) + L"\n");
+        PrintError(L"orva: " + target + L": " + ErrorText(error) + L"\n");
         return exitFailure;
     }
     Print(Format(L"%s: %u points: %s\n", target.c_str(), static_cast<unsigned>(points.size()),
@@ -253,17 +236,17 @@ std::wstring ReadPoint(IXMLDOMNode* node, SurveyPoint& point) {
 }
 
 int Read(const Options& options) {
-    const std::wstring path = Wide(options.readFile);
+    const std::wstring& path = options.readFile;
     OrvaXml xml(path.c_str(), /*asynchronous=*/false, /*fromStream=*/false, /*ownFileStream=*/false);
     if (!LoadXml(xml)) return exitFailure;
     const OrvaXml::ElementPointer root = OrvaXml::GetLandXMLRoot(xml.GetDocument().Get());
     if (!root) {
-        PrintError(L"orva: " + path + L" is no LandXML document\n");
+        PrintError(L"orva: " + path + L": this is no LandXML document\n");
         return exitFailure;
     }
     std::vector<SurveyPoint> points;
     OrvaPointArray plan; // x is the easting, y the northing
-    bool isWhole = true;
+    Complaints complaints;
     try {
         OrvaXmlNodeArray groups;
         OrvaXmlGetChildNodes(static_cast<IXMLDOMNode*>(root.Get()), L"CgPoints", &groups);
@@ -274,8 +257,7 @@ int Read(const Options& options) {
                 SurveyPoint point;
                 const std::wstring reason = ReadPoint(node.Get(), point);
                 if (!reason.empty()) {
-                    PrintError(L"orva: " + path + L": " + reason + L"\n");
-                    isWhole = false;
+                    complaints.Add(L"orva: " + path + L": " + reason);
                     continue;
                 }
                 plan.Append({point.easting, point.northing, point.elevation.value_or(0.0)});
@@ -287,6 +269,7 @@ int Read(const Options& options) {
         return exitFailure;
     }
 
+    complaints.Finish(L"bad point", L"bad points");
     std::wstring output;
     for (const SurveyPoint& point : points)
         output += FormatSurveyLine(point) + L"\n";
@@ -303,35 +286,41 @@ int Read(const Options& options) {
                   number(maxX) + L"\n";
     }
     Print(output);
-    return isWhole ? exitSuccess : exitFailure;
+    return complaints.Count() == 0 ? exitSuccess : exitFailure;
 }
 
 } // namespace
 
-void AddLandXmlCommand(CLI::App& program, Action& action) {
+void AddLandXmlCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand("landxml", "Makes a LandXML document of a survey point file");
-    CLI::Option* points = command->add_option("POINTS", options->pointsFile,
-                                              "Lines of number, northing, easting, elevation, description");
-    CLI::Option* output = command->add_option("OUT", options->outputFile, "The document to write");
-    CLI::Option* read = command->add_option("--read", options->readFile, "List the points of a LandXML document");
-    CLI::Option* selected =
-        command->add_option("-p,--points", options->points, "Numbers to write, as in 1-100,205 (all)");
-    CLI::Option* name = command->add_option("-n,--name", options->name, "Name of the project (that of the file)");
-    CLI::Option* units = command->add_option("-u,--units", options->units, "Unit of the coordinates")
-                             ->check(CLI::IsMember({"meter", "foot", "us-survey-foot"}))
-                             ->capture_default_str();
-    CLI::Option* skip = command->add_flag("--skip-bad", options->skipsBad, "Leave lines out that cannot be used");
-    for (CLI::Option* writing : {points, output, selected, name, units, skip})
-        read->excludes(writing);
-    command->callback([options, &action] {
-        if (options->readFile.empty() && (options->pointsFile.empty() || options->outputFile.empty())) {
-            throw CLI::ValidationError("landxml", "POINTS and OUT, or --read FILE, are required");
+    Command& command = program.Add(
+        "landxml", "Makes a LandXML 1.0 document of a survey point file, or lists the points of one.\n\nEach line of "
+                   "a point file has number, northing, easting, elevation and description between commas; the "
+                   "elevation may be empty, the description missing or in quotes. Lines that begin with # or ; are "
+                   "comments. While any line is bad, nothing is written. Coordinates survive to the last digit.");
+    command.Synopsis({"POINTS OUT [--points LIST] [--name TEXT] [--units UNIT] [--skip-bad]", "--read FILE"});
+    const Option& points = command.Text("POINTS", options->pointsFile, "the point file, in UTF-8");
+    const Option& output = command.Text("OUT", options->outputFile, "the document to write");
+    Option& read = command.Text("-r,--read", options->readFile, "FILE",
+                                "list the points of this document, as a point file, and their extents");
+    const Option& selected = command.Text("-p,--points", options->points, "LIST",
+                                          "write the points with these numbers, as in 1-100,205 (default: all)");
+    const Option& name =
+        command.Text("-n,--name", options->name, "TEXT", "name of the project (default: that of the point file)");
+    const Option& units = command.Choice("-u,--units", options->units, {"meter", "foot", "us-survey-foot"},
+                                         "unit of the coordinates; it is noted, nothing is converted");
+    const Option& skip = command.Flag("-s,--skip-bad", options->skipsBad, "leave bad lines out and write the others");
+    for (const Option* writing : {&points, &output, &selected, &name, &units, &skip})
+        read.Excludes(*writing);
+    command.Example("survey.csv survey.xml --points 1-100,205", "a part of a survey");
+    command.Example("--read survey.xml", "what is in it");
+    command.Statuses("all points were written or listed", "some line or point is bad, or a file cannot be used");
+    command.Run([options, &read] {
+        if (read.isGiven) return Read(*options);
+        if (options->pointsFile.empty() || options->outputFile.empty()) {
+            throw UsageError("POINTS and OUT, or --read FILE, are required");
         }
-        if (options->readFile.empty()) {
-            const Selection checked(options->points); // a wrong list is a wrong command line
-        }
-        action = [options] { return options->readFile.empty() ? Write(*options) : Read(*options); };
+        return Write(*options);
     });
 }
 

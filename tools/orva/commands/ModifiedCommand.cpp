@@ -3,13 +3,14 @@
 #include "tarnu/TarnuWin32Utils.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace orva {
 namespace {
 
 struct Options {
-    std::vector<std::string> files;
+    std::vector<std::wstring> files;
     int seconds = 10;
     int interval = 500;
 };
@@ -37,11 +38,11 @@ bool Ask(Watched& file) {
 int Run(const Options& options) {
     const OrvaPath current(OrvaPath::CurrentDirectory);
     std::vector<Watched> files;
-    for (const std::string& name : options.files) {
-        OrvaPath path(Wide(name));
+    for (const std::wstring& name : options.files) {
+        OrvaPath path(name.c_str());
         // Changes are known by full names.
         if (!path.MakeAbsolute(current.GetText(), /*baseIsFile=*/false, /*tryNameOnly=*/false, /*mustExist=*/false)) {
-            PrintError(Format(L"orva: %s: no such name\n", Wide(name).c_str()));
+            PrintError(Format(L"orva: %s: no such name\n", name.c_str()));
             return exitFailure;
         }
         files.push_back({path.GetText().GetString(), OrvaFileExists(path)});
@@ -60,18 +61,15 @@ int Run(const Options& options) {
 
 } // namespace
 
-void AddModifiedCommand(CLI::App& program, Action& action) {
+void AddModifiedCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand(
-        "modified", "Tells which files change; the exit status is 0 when any did and 1 when none did");
-    command->add_option("FILE", options->files, "The files")->required();
-    command->add_option("-t,--time", options->seconds, "Seconds to go on asking")
-        ->check(CLI::Range(1, 86400))
-        ->capture_default_str();
-    command->add_option("-i,--interval", options->interval, "Milliseconds between two questions")
-        ->check(CLI::Range(10, 60000))
-        ->capture_default_str();
-    command->callback([options, &action] { action = [options] { return Run(*options); }; });
+    Command& command = program.Add("modified", "Asks again and again which files have changed, and prints them.");
+    command.Texts("FILE", options->files, "the files").Required();
+    command.Number("-t,--time", options->seconds, 1, 86400, "SECONDS", "how long to go on asking, in seconds");
+    command.Number("-i,--interval", options->interval, 10, 60000, "MS", "pause between two rounds, in milliseconds");
+    command.Example("plan.xml points.csv --time 60", "what changes in the next minute");
+    command.Statuses("at least one file changed", "none changed, or a name is none");
+    command.Run([options] { return Run(*options); });
 }
 
 } // namespace orva

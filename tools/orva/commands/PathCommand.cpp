@@ -10,9 +10,9 @@ namespace orva {
 namespace {
 
 struct Options {
-    std::string path;
-    std::string base;
-    std::vector<std::string> parts;
+    std::wstring path;
+    std::wstring base;
+    std::vector<std::wstring> parts;
     bool hasSlashes = false;
     bool mustExist = false;
 };
@@ -22,7 +22,7 @@ unsigned FlagsOf(const Options& options) {
 }
 
 OrvaPath PathOf(const Options& options) {
-    return OrvaPath(Wide(options.path), FlagsOf(options));
+    return OrvaPath(options.path.c_str(), FlagsOf(options));
 }
 
 int PrintPath(const OrvaPath& path) {
@@ -51,24 +51,24 @@ int Split(const Options& options) {
 
 int Join(const Options& options) {
     OrvaPath path = PathOf(options);
-    for (const std::string& part : options.parts)
-        path.JoinInPlace(Wide(part).c_str());
+    for (const std::wstring& part : options.parts)
+        path.JoinInPlace(part.c_str());
     return PrintPath(path);
 }
 
 int Relative(const Options& options) {
     // The base is a folder; without a separator at its end its last part would count as a file.
-    OrvaPath base(Wide(options.base), FlagsOf(options));
+    OrvaPath base(options.base.c_str(), FlagsOf(options));
     base.AddTrailingSeparator();
     const OrvaPath relative = PathOf(options).GetRelativeTo(base);
     if (!relative.IsEmpty()) return PrintPath(relative);
-    PrintError(L"orva: there is no way from " + std::wstring(base) + L" to " + Wide(options.path) + L"\n");
+    PrintError(L"orva: there is no way from " + std::wstring(base) + L" to " + options.path + L"\n");
     return exitFailure;
 }
 
 int Absolute(const Options& options) {
     OrvaPath path = PathOf(options);
-    OrvaPath base(Wide(options.base));
+    OrvaPath base(options.base.c_str());
     if (base.IsEmpty()) base.GetCurrentDirectory();
     if (path.MakeAbsolute(base, /*baseIsFile=*/false, /*tryNameOnly=*/false, options.mustExist)) {
         path.ApplyOptions(FlagsOf(options));
@@ -80,35 +80,46 @@ int Absolute(const Options& options) {
 }
 
 /// Declares one operation on a path, which every one of them takes first.
-CLI::App* Declare(CLI::App& parent, const char* name, const char* description, const std::shared_ptr<Options>& options,
-                  Action& action, int (*run)(const Options&)) {
-    CLI::App* command = parent.add_subcommand(name, description);
-    command->add_option("PATH", options->path, "The path")->required();
-    command->add_flag("-s,--slashes", options->hasSlashes, "Write / instead of \\");
-    command->callback([options, &action, run] { action = [options, run] { return run(*options); }; });
+Command& Declare(Command& parent, const char* name, const char* description, const std::shared_ptr<Options>& options,
+                 int (*run)(const Options&)) {
+    Command& command = parent.Add(name, description);
+    command.Text("PATH", options->path, "the path; nothing needs to be there").Required();
+    command.Flag("-s,--slashes", options->hasSlashes, "print / between the parts instead of \\");
+    command.Run([options, run] { return run(*options); });
     return command;
 }
 
 } // namespace
 
-void AddPathCommand(CLI::App& program, Action& action) {
+void AddPathCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand("path", "Takes paths apart and puts them together");
-    command->require_subcommand(1);
-    Declare(*command, "split", "Prints drive, directory, name, extension and components", options, action, &Split);
-    Declare(*command, "join", "Joins parts on to a path", options, action, &Join)
-        ->add_option("PART", options->parts, "What comes behind it")
-        ->required();
-    Declare(*command, "relative", "Prints a path relative to a folder", options, action, &Relative)
-        ->add_option("FOLDER", options->base, "The folder")
-        ->required();
-    Declare(*command, "normalise", "Prints a path with single separators and without quotes", options, action,
-            [](const Options& given) { return PrintPath(PathOf(given)); })
-        ->alias("normalize");
-    CLI::App* absolute =
-        Declare(*command, "absolute", "Prints a path as seen from a folder", options, action, &Absolute);
-    absolute->add_option("FOLDER", options->base, "The folder; the current one when left out");
-    absolute->add_flag("-e,--exists", options->mustExist, "Fail when nothing is there");
+    Command& path = program.Add("path", "Takes paths apart, puts them together and rewrites them.\n\nBoth \\ and / are "
+                                        "understood. Drives and \\\\server\\share stay whole.");
+
+    Declare(path, "split", "Prints the drive, directory, name, extension and components of a path.", options, &Split)
+        .Example("C:\\jobs\\plan.v2.xml", "drive C:, directory \\jobs\\, name plan.v2, extension .xml");
+
+    Command& join =
+        Declare(path, "join", "Appends parts to a path, with one separator between any two.", options, &Join);
+    join.Texts("PART", options->parts, "what comes behind the path, in this order").Required();
+    join.Example("C:\\jobs mill\\ plan.xml", "prints C:\\jobs\\mill\\plan.xml");
+
+    Command& relative = Declare(path, "relative", "Prints the way from a folder to a path.", options, &Relative);
+    relative.Text("FOLDER", options->base, "the folder where the way begins").Required();
+    relative.Example("C:\\jobs\\a\\plan.xml C:\\jobs\\b", "prints ..\\a\\plan.xml");
+    relative.Statuses("the way was printed", "there is none: the path is on another drive");
+
+    Command& normalise = Declare(path, "normalise", "Prints a path with single separators and without quotes.", options,
+                                 [](const Options& given) { return PrintPath(PathOf(given)); });
+    normalise.Alias("normalize");
+    normalise.Example("C:/jobs//mill\\\\plan.xml", "prints C:\\jobs\\mill\\plan.xml");
+
+    Command& absolute = Declare(path, "absolute", "Prints the full path of one that is meant relative to a folder.",
+                                options, &Absolute);
+    absolute.Text("FOLDER", options->base, "the folder (default: the current one)");
+    absolute.Flag("-e,--exists", options->mustExist, "fail when nothing is there");
+    absolute.Example("..\\plan.xml C:\\jobs\\mill", "prints C:\\jobs\\plan.xml");
+    absolute.Statuses("the path was printed", "there is no such path, or nothing is there");
 }
 
 } // namespace orva

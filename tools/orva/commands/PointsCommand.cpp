@@ -17,8 +17,8 @@ namespace orva {
 namespace {
 
 struct Options {
-    std::vector<std::string> texts;
-    std::string subtract;
+    std::vector<std::wstring> texts;
+    std::wstring subtract;
     bool isSubtracting = false;
     bool isNormalizing = false;
     bool isUnsorted = false;
@@ -85,14 +85,13 @@ void Expand(OrvaPointString& points) {
 
 int Run(const Options& options) {
     std::wstring text;
-    for (const std::string& piece : options.texts)
-        text += (text.empty() ? L"" : L",") + Wide(piece);
-    const std::wstring subtract = Wide(options.subtract);
-    if (!Check(text) || !Check(subtract)) return exitFailure;
+    for (const std::wstring& piece : options.texts)
+        text += (text.empty() ? L"" : L",") + piece;
+    if (!Check(text) || !Check(options.subtract)) return exitFailure;
 
     OrvaPointString points(text.c_str());
     const BOOL sorted = !options.isUnsorted;
-    if (options.isSubtracting) points.Subtract(subtract.c_str(), sorted);
+    if (options.isSubtracting) points.Subtract(options.subtract.c_str(), sorted);
     if (options.isNormalizing || options.isUnsorted) points.Normalize(sorted);
     if (options.isCounting) {
         Print(std::to_wstring(CountNumbers(points)) + L"\n");
@@ -106,21 +105,29 @@ int Run(const Options& options) {
 
 } // namespace
 
-void AddPointsCommand(CLI::App& program, Action& action) {
+void AddPointsCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand(
-        "points", "Checks, rewrites, counts and expands lists of point numbers such as 1-5,7,12-10");
-    command->add_option("TEXT", options->texts, "Point numbers and ranges; several texts are joined")->required();
-    auto* normalize =
-        command->add_flag("--normalize", options->isNormalizing, "Write each number once, ascending, as ranges");
-    command->add_flag("--unsorted", options->isUnsorted, "Write each number once, in the order of its first occurrence")
-        ->excludes(normalize);
-    auto* subtract = command->add_option("--subtract", options->subtract, "Point numbers to take out first");
-    auto* count = command->add_flag("--count", options->isCounting, "Print how many numbers are named");
-    command->add_flag("--expand", options->isExpanding, "Print the numbers one by one, a line each")->excludes(count);
-    command->callback([options, subtract, &action] {
-        options->isSubtracting = subtract->count() > 0;
-        action = [options] { return Run(*options); };
+    Command& command = program.Add(
+        "points", "Checks a list of point numbers, and prints it rewritten, counted or number by number.\n\nA list is "
+                  "made of numbers from 1 to 4294967294 and ranges, between commas: 1-5,7,12-10. A downward range "
+                  "names its numbers in that order. What is no number is shown with carets under it.");
+    command.Texts("TEXT", options->texts, "the list; several texts count as one").Required();
+    const Option& normalize =
+        command.Flag("-n,--normalize", options->isNormalizing, "name each number once, in ascending ranges");
+    command
+        .Flag("-u,--unsorted", options->isUnsorted, "name each number once, in ranges, in the order in which they come")
+        .Excludes(normalize);
+    const Option& subtract = command.Text("-s,--subtract", options->subtract, "TEXT",
+                                          "take the numbers of this list out; what is left is normalized");
+    const Option& count = command.Flag("-c,--count", options->isCounting, "print how many numbers the list names");
+    command.Flag("-e,--expand", options->isExpanding, "print the numbers themselves, one a line").Excludes(count);
+    command.Example("5,3,4,5,1-2 --normalize", "prints 1-5");
+    command.Example("1-10 --subtract 2,7", "prints 1,3-6,8-10");
+    command.Example("12-10,7 --expand", "prints 12, 11, 10 and 7");
+    command.Statuses("the list is right", "something in it is no point number and no range");
+    command.Run([options, &subtract] {
+        options->isSubtracting = subtract.isGiven;
+        return Run(*options);
     });
 }
 

@@ -3,14 +3,15 @@
 #include "tarnu/TarnuWin32Utils.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace orva {
 namespace {
 
 struct Options {
-    std::string file;
-    std::vector<std::string> lines;
+    std::wstring file;
+    std::vector<std::wstring> lines;
     bool isStamped = false;
     bool isAppended = false;
     bool isBare = false;
@@ -18,14 +19,14 @@ struct Options {
 
 int Run(const Options& options) {
     try {
-        OrvaStdioFile report(OrvaPath(Wide(options.file)), options.isStamped, !options.isAppended,
+        OrvaStdioFile report(OrvaPath(options.file.c_str()), options.isStamped, !options.isAppended,
                              options.isBare ? 0 : 1);
         if (!report.IsOpened()) {
             PrintError(L"orva: a report needs a file name\n");
             return exitFailure;
         }
-        for (const std::string& line : options.lines)
-            report.WriteString((Wide(line) + L"\n").c_str());
+        for (const std::wstring& line : options.lines)
+            report.WriteString((line + L"\n").c_str());
         const CString path = report.GetFilePath();
         report.Close();
         Print(std::wstring(path) + L"\n");
@@ -41,15 +42,16 @@ int Run(const Options& options) {
 
 } // namespace
 
-void AddReportCommand(CLI::App& program, Action& action) {
+void AddReportCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand("report", "Writes a report file and prints its name");
-    command->add_option("FILE", options->file, "The file; the folders above it are created")->required();
-    command->add_option("TEXT", options->lines, "Lines to write");
-    command->add_flag("-s,--stamp", options->isStamped, "Put the time into the file name");
-    command->add_flag("-a,--append", options->isAppended, "Keep what the file holds and write on");
-    command->add_flag("-b,--bare", options->isBare, "Write no header");
-    command->callback([options, &action] { action = [options] { return Run(*options); }; });
+    Command& command = program.Add("report", "Writes lines into a report file and prints the file's path.");
+    command.Text("FILE", options->file, "the file; the folders above it are created").Required();
+    command.Texts("TEXT", options->lines, "the lines to write");
+    command.Flag("-s,--stamp", options->isStamped, "put the time into the file's name");
+    command.Flag("-a,--append", options->isAppended, "keep what the file holds and write on");
+    command.Flag("-b,--bare", options->isBare, "write no header");
+    command.Example("C:\\jobs\\night.txt -a \"backup done\"", "one more line in a running report");
+    command.Run([options] { return Run(*options); });
 }
 
 } // namespace orva

@@ -14,8 +14,8 @@ namespace orva {
 namespace {
 
 struct Options {
-    std::string folder;
-    std::string pattern = "*";
+    std::wstring folder;
+    std::wstring pattern = L"*";
     std::vector<std::string> attributes;
     bool hasFiles = false;
 };
@@ -38,7 +38,7 @@ DWORD FilterOf(const std::vector<std::string>& words) {
         const std::string name = word.substr(isClear ? 1 : 0);
         const auto* field = std::find_if(std::begin(fields), std::end(fields),
                                          [&name](const NamedField& candidate) { return name == candidate.name; });
-        if (field == std::end(fields)) throw CLI::ValidationError("--attributes", "unknown attribute: " + word);
+        if (field == std::end(fields)) throw UsageError("--attributes: there is no attribute \"" + word + "\"");
         filter |= DWORD{isClear ? 2u : 1u} << field->shift;
     }
     return filter;
@@ -119,12 +119,13 @@ void PrintBelow(Node& root) {
     Print(text);
 }
 
-int ListTree(const Options& options, DWORD filter) {
-    const OrvaPath folder(Wide(options.folder), OrvaPath::Normalized);
+int ListTree(const Options& options) {
+    const DWORD filter = FilterOf(options.attributes);
+    const OrvaPath folder(options.folder.c_str(), OrvaPath::Normalized);
     OrvaFileAttributeData data;
     OrvaGetFileAttributeData(folder, /*infoLevel=*/0, &data); // false for a folder, with its attributes
     if (data.dwFileAttributes == INVALID_FILE_ATTRIBUTES || (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        PrintError(L"orva: not a folder: " + std::wstring(folder) + L"\n");
+        PrintError(L"orva: " + Named(options.folder) + L": there is no such folder\n");
         return exitFailure;
     }
 
@@ -141,7 +142,7 @@ int ListTree(const Options& options, DWORD filter) {
     }
     if (options.hasFiles) {
         OrvaBFSFileTree files;
-        files.Open(folder, Wide(options.pattern).c_str(), filter);
+        files.Open(folder, options.pattern.c_str(), filter);
         for (const OrvaFileEntry& entry : OrvaWalk(files)) {
             const std::uint64_t size =
                 (std::uint64_t{entry.findData->nFileSizeHigh} << 32) | entry.findData->nFileSizeLow;
@@ -161,25 +162,26 @@ int ListTree(const Options& options, DWORD filter) {
 
 } // namespace
 
-void AddTreeCommand(CLI::App& program, Action& action) {
+void AddTreeCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand("tree", "Lists a folder as a tree, in natural order");
-    command->add_option("DIR", options->folder, "The folder")->required();
-    command->add_flag("-f,--files", options->hasFiles, "List files too, with their sizes");
-    CLI::Option* pattern =
-        command->add_option("-p,--pattern", options->pattern, "Only files of this pattern, for instance *.xml")
-            ->capture_default_str();
-    CLI::Option* attributes =
-        command
-            ->add_option("-a,--attributes", options->attributes,
-                         "Only files with these attributes, or without those behind a !: archive, compressed, hidden, "
-                         "normal, readonly, system, temporary; comma-separated")
-            ->delimiter(',');
-    command->callback([options, pattern, attributes, &action] {
+    Command& command = program.Add(
+        "tree", "Lists a folder as a tree.\n\nFolders come first, all names in natural order: part9 before part10.");
+    command.Text("DIR", options->folder, "the folder").Required();
+    command.Flag("-f,--files", options->hasFiles, "list files, too, with their sizes");
+    const Option& pattern =
+        command.Text("-p,--pattern", options->pattern, "PATTERN", "list files, but only those with such a name");
+    std::vector<std::string> words;
+    for (const NamedField& field : fields)
+        words.emplace_back(field.name);
+    const Option& attributes =
+        command.WordList("-a,--attributes", options->attributes, words, "ATTRIBUTE",
+                         "list files, but only those with all of these attributes, and without those behind a !");
+    command.Example("C:\\jobs --files", "all of it, with sizes");
+    command.Example(". --pattern *.xml --attributes !hidden", "the XML files here and below that are not hidden");
+    command.Run([options, &pattern, &attributes] {
         // Either filter is about files.
-        if (pattern->count() + attributes->count() > 0) options->hasFiles = true;
-        const DWORD filter = FilterOf(options->attributes);
-        action = [options, filter] { return ListTree(*options, filter); };
+        if (pattern.isGiven || attributes.isGiven) options->hasFiles = true;
+        return ListTree(*options);
     });
 }
 

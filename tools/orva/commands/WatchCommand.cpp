@@ -12,8 +12,8 @@ namespace orva {
 namespace {
 
 struct Options {
-    std::vector<std::string> paths;
-    std::string events = "name,size,write";
+    std::vector<std::wstring> paths;
+    std::vector<std::string> events = {"name", "size", "write"};
     double seconds = -1; ///< negative: until Ctrl+C
 };
 
@@ -27,22 +27,15 @@ constexpr EventName eventNames[] = {
     {"write", FILE_NOTIFY_CHANGE_LAST_WRITE},      {"access", FILE_NOTIFY_CHANGE_LAST_ACCESS},
 };
 
-/// The bits of a comma list of event names.
-DWORD ParseEvents(const std::string& text) {
-    CStringList items;
-    OrvaSplitCommaList(Wide(text).c_str(), items);
+/// The bits of the events that are named.
+DWORD FilterOf(const std::vector<std::string>& names) {
     DWORD filter = 0;
-    for (POSITION position = items.GetHeadPosition(); position != nullptr;) {
-        const std::string item = Utf8(items.GetNext(position).GetString());
+    for (const std::string& name : names) {
         const auto* const found = std::find_if(std::begin(eventNames), std::end(eventNames),
-                                               [&](const EventName& event) { return event.name == item; });
-        if (found == std::end(eventNames)) {
-            throw CLI::ValidationError("--events", "there is no event '" + item +
-                                                       "'; known are name, dir, attributes, size, write and access");
-        }
+                                               [&name](const EventName& event) { return event.name == name; });
+        if (found == std::end(eventNames)) throw UsageError("--events: there is no event \"" + name + "\"");
         filter |= found->bit;
     }
-    if (filter == 0) throw CLI::ValidationError("--events", "no event is named");
     return filter;
 }
 
@@ -100,11 +93,10 @@ void Pump(const Printer& printer, std::size_t count, double seconds) {
 }
 
 int Watch(const Options& options) {
-    const DWORD filter = ParseEvents(options.events);
+    const DWORD filter = FilterOf(options.events);
     OrvaFileEventServer* const server = OrvaGetFileEventServer();
     Printer printer;
-    for (const std::string& text : options.paths) {
-        const std::wstring path = Wide(text);
+    for (const std::wstring& path : options.paths) {
         OrvaFileEventCookie cookie = nullptr;
         const HRESULT result = server->RegisterFile(path.c_str(), filter, &printer, cookie);
         if (FAILED(result)) {
@@ -124,19 +116,22 @@ int Watch(const Options& options) {
 
 } // namespace
 
-void AddWatchCommand(CLI::App& program, Action& action) {
+void AddWatchCommand(Command& program) {
     auto options = std::make_shared<Options>();
-    CLI::App* command = program.add_subcommand("watch", "Prints the changes of files and folders as they come");
-    command->add_option("PATH", options->paths, "Files, or folders whose entries are to be watched")->required();
-    command
-        ->add_option("--events", options->events,
-                     "Comma list of name, dir, attributes, size, write, access. The first three are reported "
-                     "whenever anything in the file's folder signals")
-        ->capture_default_str();
-    command->add_option("--for", options->seconds, "Stop after this many seconds (else: Ctrl+C)")
-        ->check(CLI::Range(0.0, 1e9))
-        ->type_name("SECONDS");
-    command->callback([options, &action] { action = [options] { return Watch(*options); }; });
+    Command& command = program.Add(
+        "watch",
+        "Prints the changes of files and folders as they come, with time and kind.\n\nThe events name, dir and "
+        "attributes are reported whenever anything in the file's folder signals them. Ctrl+C ends the "
+        "watching.");
+    command.Texts("PATH", options->paths, "files, and folders whose entries are to be watched").Required();
+    std::vector<std::string> words;
+    for (const EventName& event : eventNames)
+        words.emplace_back(event.name);
+    command.WordList("-e,--events", options->events, words, "EVENT", "what to report");
+    command.Number("-f,--for", options->seconds, 0.0, 1e9, "SECONDS", "stop after so many seconds (else: Ctrl+C)");
+    command.Example("C:\\jobs\\plan.xml --for 60", "the changes of one file during a minute");
+    command.Statuses("the time is over, or Ctrl+C was pressed", "something cannot be watched, or no longer");
+    command.Run([options] { return Watch(*options); });
 }
 
 } // namespace orva

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace orva {
@@ -43,20 +44,6 @@ public:
     }
 
 private:
-    static std::wstring Quoted(const std::wstring& text) {
-        std::wstring quoted = L"\"";
-        for (const wchar_t unit : text) {
-            if (unit == L'\n') {
-                quoted += L"\\n";
-            } else if (unit == L'\t') {
-                quoted += L"\\t";
-            } else if (unit != L'\r') {
-                quoted += unit;
-            }
-        }
-        return quoted + L'"';
-    }
-
     void Line(std::size_t depth, const std::wstring& text) {
         constexpr std::size_t deepest = 40; // deeper levels are numbered: their indentation would fill the disk
         m_output.append(2 * std::min(depth, deepest), L' ');
@@ -73,8 +60,8 @@ private:
     std::wstring m_output;
 };
 
-int PrintTree(const std::string& file) {
-    OrvaXml xml(Wide(file).c_str(), /*asynchronous=*/false, /*fromStream=*/false, /*ownFileStream=*/false);
+int PrintTree(const std::wstring& file) {
+    OrvaXml xml(file.c_str(), /*asynchronous=*/false, /*fromStream=*/false, /*ownFileStream=*/false);
     if (!LoadXml(xml)) return exitFailure;
     TreePrinter printer;
     const auto visit = [](const CString& name, IXMLDOMNode* node, void* userData) {
@@ -86,11 +73,16 @@ int PrintTree(const std::string& file) {
 
 } // namespace
 
-void AddXmlCommand(CLI::App& program, Action& action) {
-    auto file = std::make_shared<std::string>();
-    CLI::App* command = program.add_subcommand("xml", "Prints the node tree of an XML document");
-    command->add_option("FILE", *file, "The document")->required();
-    command->callback([file, &action] { action = [file] { return PrintTree(*file); }; });
+void AddXmlCommand(Command& program) {
+    auto file = std::make_shared<std::wstring>();
+    Command& command = program.Add(
+        "xml",
+        "Prints the node tree of an XML document.\n\nAttributes stand behind an @. Values and texts are quoted; "
+        "in them \\\" is a quote, \\\\ a backslash, \\n, \\r and \\t are line feed, carriage return and tabulator, "
+        "and \\u200E is the character of that code.");
+    command.Text("FILE", *file, "the document").Required();
+    command.Example("survey.xml", "all of the document");
+    command.Run([file] { return PrintTree(*file); });
 }
 
 } // namespace orva

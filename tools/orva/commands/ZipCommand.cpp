@@ -11,17 +11,17 @@ namespace orva {
 namespace {
 
 struct ZipOptions {
-    std::string archive;
-    std::vector<std::string> paths;
-    std::string password;
+    std::wstring archive;
+    std::vector<std::wstring> paths;
+    std::wstring password;
     bool isListing = false;
     bool isQuiet = false;
 };
 
 struct UnzipOptions {
-    std::string archive;
-    std::string folder;
-    std::string password;
+    std::wstring archive;
+    std::wstring folder;
+    std::wstring password;
     bool canOverwrite = false;
     bool isQuiet = false;
 };
@@ -34,7 +34,7 @@ std::wstring ResultText(OrvaZipResult result) {
 }
 
 int Fail(const std::wstring& path, OrvaZipResult result) {
-    PrintError(L"orva: " + path + L": " + ResultText(result) + L"\n");
+    PrintError(L"orva: " + Named(path) + L": " + ResultText(result) + L"\n");
     return exitFailure;
 }
 
@@ -46,8 +46,8 @@ struct Item {
 
 /// What a path of the command line stands for: itself, and for a folder all that is in it, below the folder's name.
 /// @return false when nothing is there
-bool Collect(const std::string& argument, std::vector<Item>& items) {
-    OrvaPath path(Wide(argument), OrvaPath::Normalized);
+bool Collect(const std::wstring& argument, std::vector<Item>& items) {
+    OrvaPath path(argument.c_str(), OrvaPath::Normalized);
     OrvaFileAttributeData data;
     OrvaGetFileAttributeData(path, /*infoLevel=*/0, &data); // false for a folder, with its attributes
     if (data.dwFileAttributes == INVALID_FILE_ATTRIBUTES) return false;
@@ -80,15 +80,15 @@ bool Collect(const std::string& argument, std::vector<Item>& items) {
 
 int RunZip(const ZipOptions& options) {
     std::vector<Item> items;
-    for (const std::string& argument : options.paths) {
+    for (const std::wstring& argument : options.paths) {
         if (!Collect(argument, items)) {
-            PrintError(L"orva: there is no " + Wide(argument) + L"; nothing was packed\n");
+            PrintError(L"orva: " + Named(argument) + L": nothing is there; nothing was packed\n");
             return exitFailure;
         }
     }
-    const std::wstring archive = Wide(options.archive);
+    const std::wstring& archive = options.archive;
     OrvaZipWriter writer;
-    OrvaZipResult result = writer.Create(archive.c_str(), Wide(options.password).c_str());
+    OrvaZipResult result = writer.Create(archive.c_str(), options.password.c_str());
     if (result != OrvaZipSuccess) return Fail(archive, result);
 
     ProgressLine progress;
@@ -116,7 +116,7 @@ int RunZip(const ZipOptions& options) {
 }
 
 int RunList(const ZipOptions& options) {
-    const std::wstring archive = Wide(options.archive);
+    const std::wstring& archive = options.archive;
     OrvaZipReader reader;
     const OrvaZipResult result = reader.Open(archive.c_str());
     if (result != OrvaZipSuccess) return Fail(archive, result);
@@ -138,7 +138,7 @@ int RunList(const ZipOptions& options) {
                      method.c_str(), entry.isEncrypted ? L'*' : L' ', static_cast<unsigned>(local.wYear),
                      static_cast<unsigned>(local.wMonth), static_cast<unsigned>(local.wDay),
                      static_cast<unsigned>(local.wHour), static_cast<unsigned>(local.wMinute)) +
-              entry.name.GetString() + L"\n");
+              OnOneLine(entry.name.GetString()) + L"\n");
         total += entry.size;
         packed += entry.compressedSize;
     }
@@ -148,13 +148,13 @@ int RunList(const ZipOptions& options) {
 }
 
 int RunUnzip(const UnzipOptions& options) {
-    const std::wstring archive = Wide(options.archive);
-    const std::wstring folder = Wide(options.folder);
+    const std::wstring& archive = options.archive;
+    const std::wstring& folder = options.folder;
     OrvaZipReader reader;
-    OrvaZipResult result = reader.Open(archive.c_str(), Wide(options.password).c_str());
+    OrvaZipResult result = reader.Open(archive.c_str(), options.password.c_str());
     if (result != OrvaZipSuccess) return Fail(archive, result);
     if (OrvaCreateDirectoryPath(folder.c_str()) != 0) {
-        PrintError(L"orva: the folder can't be made: " + folder + L"\n");
+        PrintError(L"orva: " + folder + L": the folder cannot be made\n");
         return exitFailure;
     }
 
@@ -170,7 +170,7 @@ int RunUnzip(const UnzipOptions& options) {
     for (ULONGLONG index = 0; index < reader.GetCount(); ++index) {
         OrvaZipEntry entry;
         reader.GetEntry(index, entry);
-        if (!options.isQuiet) progress.Item(index + 1, reader.GetCount(), entry.name.GetString());
+        if (!options.isQuiet) progress.Item(index + 1, reader.GetCount(), OnOneLine(entry.name.GetString()));
         bool written = false;
         result = reader.ExtractBelow(index, folder.c_str(), options.canOverwrite ? overwrite : nullptr, &written);
         if (result != OrvaZipSuccess) {
@@ -178,7 +178,7 @@ int RunUnzip(const UnzipOptions& options) {
             const bool needsPassword = result == OrvaZipBadArguments && entry.isEncrypted;
             const std::wstring reason =
                 needsPassword ? std::wstring(L"it is encrypted, and not with this password") : ResultText(result);
-            PrintError(L"orva: " + std::wstring(entry.name.GetString()) + L": " + reason + L"\n");
+            PrintError(L"orva: " + OnOneLine(entry.name.GetString()) + L": " + reason + L"\n");
             ++failures;
         } else {
             ++(written ? extracted : kept);
@@ -186,7 +186,10 @@ int RunUnzip(const UnzipOptions& options) {
     }
     progress.Clear();
     std::wstring text = L"unpacked " + Counted(extracted, L"entry", L"entries");
-    if (kept != 0) text += L"; kept " + Counted(kept, L"existing file", L"existing files") + L" (see --overwrite)";
+    if (kept != 0) {
+        text += L"; left " + Counted(kept, L"file", L"files") + L" that existed already as " +
+                (kept == 1 ? L"it was" : L"they were") + L" (--overwrite replaces them)";
+    }
     if (failures != 0) text += L"; " + Counted(failures, L"failure", L"failures");
     Print(text + L"\n");
     return failures == 0 ? exitSuccess : exitFailure;
@@ -194,34 +197,43 @@ int RunUnzip(const UnzipOptions& options) {
 
 } // namespace
 
-void AddZipCommand(CLI::App& program, Action& action) {
+void AddZipCommand(Command& program) {
     auto options = std::make_shared<ZipOptions>();
-    CLI::App* command = program.add_subcommand("zip", "Packs files and folders into an archive, or lists one");
-    command
-        ->add_option("ARCHIVE", options->archive, "The archive; an older one is replaced when the new one is complete")
-        ->required();
-    CLI::Option* paths = command->add_option("PATH", options->paths, "Files, and folders with all that is in them");
-    CLI::Option* list = command->add_flag("-l,--list", options->isListing, "List what the archive holds");
-    command->add_option("-p,--password", options->password,
-                        "Encrypt with this password (the format's weak encryption)");
-    command->add_flag("-q,--quiet", options->isQuiet, "Show no progress");
-    paths->excludes(list);
-    command->callback([options, &action] {
-        if (!options->isListing && options->paths.empty()) throw CLI::RequiredError("PATH or --list");
-        action = [options] { return options->isListing ? RunList(*options) : RunZip(*options); };
+    Command& command = program.Add(
+        "zip", "Packs files and folders into an archive, or lists what one holds.\n\nA file that cannot be read is "
+               "reported and left out. An archive of that name is replaced when the new one is complete, not before.");
+    command.Synopsis({"ARCHIVE PATH… [--password TEXT] [--quiet]", "--list ARCHIVE"});
+    command.Text("ARCHIVE", options->archive, "the archive").Required();
+    Option& paths = command.Texts("PATH", options->paths, "files, and folders with all that is in them");
+    const Option& list =
+        command.Flag("-l,--list", options->isListing,
+                     "list the entries: size and packed size in bytes, method (* encrypted), time, name");
+    Option& password = command.Text("-p,--password", options->password, "TEXT",
+                                    "encrypt with this password (the format's own, weak encryption)");
+    command.Flag("-q,--quiet", options->isQuiet, "show no progress");
+    paths.Excludes(list);
+    password.Excludes(list);
+    command.Example("jobs.zip C:\\jobs plan.xml", "a folder and a file");
+    command.Example("--list jobs.zip", "what is in it");
+    command.Run([options] {
+        if (!options->isListing && options->paths.empty()) throw UsageError("PATH or --list is required");
+        return options->isListing ? RunList(*options) : RunZip(*options);
     });
 }
 
-void AddUnzipCommand(CLI::App& program, Action& action) {
+void AddUnzipCommand(Command& program) {
     auto options = std::make_shared<UnzipOptions>();
-    CLI::App* command =
-        program.add_subcommand("unzip", "Unpacks an archive; damaged entries are reported and left out");
-    command->add_option("ARCHIVE", options->archive, "The archive")->required();
-    command->add_option("DIR", options->folder, "The folder to unpack into; created when it is missing")->required();
-    command->add_option("-p,--password", options->password, "The password of encrypted entries");
-    command->add_flag("-o,--overwrite", options->canOverwrite, "Replace files that exist; otherwise they are kept");
-    command->add_flag("-q,--quiet", options->isQuiet, "Show no progress");
-    command->callback([options, &action] { action = [options] { return RunUnzip(*options); }; });
+    Command& command = program.Add(
+        "unzip", "Unpacks an archive into a folder.\n\nFiles that exist are left as they are, unless --overwrite is "
+                 "given. Entries that are damaged, or that would land outside of the folder, are reported and left "
+                 "out.");
+    command.Text("ARCHIVE", options->archive, "the archive").Required();
+    command.Text("DIR", options->folder, "the folder to unpack into; created when it is missing").Required();
+    command.Text("-p,--password", options->password, "TEXT", "the password of encrypted entries");
+    command.Flag("-o,--overwrite", options->canOverwrite, "replace files that exist");
+    command.Flag("-q,--quiet", options->isQuiet, "show no progress");
+    command.Example("jobs.zip D:\\restored", "all of it, into a new folder");
+    command.Run([options] { return RunUnzip(*options); });
 }
 
 } // namespace orva
