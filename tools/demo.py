@@ -1,7 +1,6 @@
 #!/usr/bin/env python3
-"""The main job on real input: walk a folder, pack it, unpack it elsewhere, compare every byte, and let an independent
-program test the archive. Then make a LandXML document of a survey, list its points back, compare every digit, and let
-an independent program read the document.
+"""The main job on real input: `orva tour` walks a folder, packs it, unpacks it elsewhere and compares every byte, makes a
+LandXML document of a survey and compares every digit that comes back. Then independent programs look at what it made.
 
 usage: demo.py BUILD-FOLDER [FOLDER]
 
@@ -10,6 +9,7 @@ FOLDER is what gets packed; without one, the project's own sources with those of
 import csv
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -18,14 +18,18 @@ import xml.etree.ElementTree
 import zipfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+LANDXML = "{http://www.landxml.org/schema/landxml-1.0}"
 
 
 def fail(text):
     sys.exit(f"\ndemo: FAILED: {text}")
 
 
-def heading(number, text):
-    print(f"\n\033[1m{number}. {text}\033[0m" if sys.stdout.isatty() else f"\n{number}. {text}", flush=True)
+def show(text):
+    """Prints a part of the tour, with its headings in bold on a terminal."""
+    if sys.stdout.isatty():
+        text = re.sub(r"(?m)^\d+\. .*$", "\033[1m\\g<0>\033[0m", text)
+    print(text, end="", flush=True)
 
 
 def windows_path(path):
@@ -33,25 +37,29 @@ def windows_path(path):
     return "Z:" + str(path).replace("/", "\\")
 
 
-class Orva:
-    """Runs the host program, which is built on the library's public headers alone."""
-
-    def __init__(self, build):
-        self.program = build / "release" / "bin" / "orva.exe"
-        self.log = build / "demo" / "orva.log"
-
-    def run(self, *arguments, may_fail=False):
-        print("   $ orva " + " ".join(map(str, arguments)), flush=True)
-        # To a file: processes that Wine leaves in the background must not hold a pipe of ours.
-        with open(self.log, "w+b") as log:
-            status = subprocess.run(["wine", str(self.program), *map(str, arguments)], stdin=subprocess.DEVNULL,
-                                    stdout=log, stderr=subprocess.STDOUT).returncode
-            log.seek(0)
-            output = log.read().decode("utf-8", "replace").replace("\r\n", "\n")
-        if status != 0 and not may_fail:
-            print(output)
-            fail(f"orva {arguments[0]} ended with status {status}")
-        return output
+def tour(build, folder, keep):
+    """Runs the tour and shows what it prints as it comes; returns the number of its last step."""
+    log = build / "demo" / "tour.log"
+    # Through a file: processes that Wine leaves in the background must not hold a pipe of ours.
+    with open(log, "wb") as output:
+        running = subprocess.Popen(["wine", str(build / "release" / "bin" / "orva.exe"), "tour", windows_path(folder),
+                                    "--keep", windows_path(keep)],
+                                   stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
+    with open(log, encoding="utf-8", errors="replace", newline="") as printed:
+        pending, has_ended = "", False
+        while True:
+            pending += printed.read()
+            whole, line_end, pending = pending.rpartition("\n")
+            show(whole + line_end)
+            if has_ended:
+                break
+            has_ended = running.poll() is not None
+            if not has_ended:
+                time.sleep(0.05)
+    show(pending)
+    if running.returncode != 0:
+        fail(f"orva tour ended with status {running.returncode}")
+    return int(re.findall(r"(?m)^(\d+)\. ", log.read_text(encoding="utf-8"))[-1])
 
 
 def default_folder(work, build):
@@ -71,91 +79,6 @@ def files_below(folder):
     return sorted(p.relative_to(folder).as_posix() for p in folder.rglob("*") if p.is_file())
 
 
-def size_text(count):
-    for unit in ("bytes", "KiB", "MiB", "GiB"):
-        if count < 1024 or unit == "GiB":
-            return f"{count} bytes" if unit == "bytes" else f"{count:.1f} {unit}"
-        count /= 1024
-
-
-def compare(source, copy):
-    wanted, got = files_below(source), files_below(copy)
-    if wanted != got:
-        fail(f"the trees differ: missing {sorted(set(wanted) - set(got))[:5]}, added {sorted(set(got) - set(wanted))[:5]}")
-    total = 0
-    for name in wanted:
-        original, unpacked = (source / name).read_bytes(), (copy / name).read_bytes()
-        if original != unpacked:
-            fail(f"{name} differs after packing and unpacking")
-        if abs((source / name).stat().st_mtime - (copy / name).stat().st_mtime) > 2:
-            fail(f"{name} lost its time stamp")
-        total += len(original)
-    return len(wanted), total
-
-
-def archive_demo(orva, work, build, folder):
-    if folder:
-        source = pathlib.Path(folder).resolve()
-        if not source.is_dir():
-            fail(f"{folder} is not a folder")
-        if not files_below(source):
-            fail(f"{folder} holds no files")
-        resolved = work.resolve()
-        if resolved == source or source in resolved.parents:
-            fail(f"{folder} contains the demo's own work folder")
-    else:
-        source = default_folder(work, build)
-
-    heading(1, f"Walk {source.name}")
-    lines = orva.run("tree", windows_path(source), "--files").rstrip().splitlines()
-    shown = lines if len(lines) <= 18 else [*lines[:12], f"… {len(lines) - 14} more lines …", *lines[-2:]]
-    print("\n".join("     " + line for line in shown))
-
-    heading(2, "Pack it")
-    archive = work / "demo.zip"
-    started = time.monotonic()
-    orva.run("zip", windows_path(archive), windows_path(source))
-    seconds = time.monotonic() - started
-    packed = archive.stat().st_size
-
-    heading(3, "Unpack it elsewhere")
-    unpacked = work / "unpacked"
-    orva.run("unzip", windows_path(archive), windows_path(unpacked))
-
-    heading(4, "Compare every byte")
-    count, total = compare(source, unpacked / source.name)
-    print(f"   {count} files, {size_text(total)}: all equal, time stamps kept")
-
-    heading(5, "Ask an independent program (Python's zipfile) about the archive")
-    with zipfile.ZipFile(archive) as reader:
-        damaged = reader.testzip()
-        if damaged:
-            fail(f"zipfile finds {damaged} damaged")
-        names = [i.filename for i in reader.infolist() if not i.is_dir()]
-        if len(names) != count:
-            fail(f"zipfile counts {len(names)} files instead of {count}")
-        for name in names:
-            if reader.read(name) != (source.parent / name).read_bytes():
-                fail(f"zipfile reads {name} differently")
-    print(f"   {len(names)} files read and compared: all equal")
-
-    share = packed * 100 / total if total else 100
-    bar = "█" * round(share * 0.4) + "░" * (40 - round(share * 0.4))
-    print(f"\n   {size_text(total)} became {size_text(packed)}   {bar} {share:.0f} %   packed in {seconds:.1f} s")
-
-
-LANDXML = "{http://www.landxml.org/schema/landxml-1.0}"
-
-
-def wanted_numbers(selection):
-    """The numbers of a list such as 1-100,205."""
-    numbers = set()
-    for part in selection.split(","):
-        first, _, last = part.partition("-")
-        numbers.update(range(int(first), int(last or first) + 1))
-    return numbers
-
-
 def survey_points(text):
     """The points of a survey file by number: northing, easting, elevation (or none), description."""
     lines = [line for line in text.splitlines() if line.strip() and line.lstrip()[0] not in "#;"]
@@ -169,37 +92,29 @@ def survey_points(text):
     return points
 
 
-def survey_demo(orva, work):
-    survey = ROOT / "examples" / "data" / "survey.csv"
-    selection = "1-4,101-140,405,501-506"
-    every = survey_points(survey.read_text(encoding="utf-8"))
-    wanted = {number: point for number, point in every.items() if number in wanted_numbers(selection)}
+def check_archive(archive, source):
+    wanted = files_below(source)
+    with zipfile.ZipFile(archive) as reader:
+        damaged = reader.testzip()
+        if damaged:
+            fail(f"zipfile finds {damaged} damaged")
+        names = sorted(entry.filename for entry in reader.infolist() if not entry.is_dir())
+        if names != sorted(f"{source.name}/{name}" for name in wanted):
+            fail(f"zipfile lists {len(names)} files, or other names, instead of {len(wanted)}")
+        for name in names:
+            if reader.read(name) != (source.parent / name).read_bytes():
+                fail(f"zipfile reads {name} differently")
+    print(f"   {len(names)} files read and compared: all equal")
 
-    heading(6, f"Make a LandXML document of a survey: {len(wanted)} of {len(every)} points")
-    document = work / "survey.xml"
-    orva.run("landxml", windows_path(survey), windows_path(document), "--points", selection)
 
-    heading(7, "List its points back and compare every digit")
-    output = orva.run("landxml", "--read", windows_path(document))
-    lines = output.rstrip().splitlines()
-    shown = lines if len(lines) <= 12 else [*lines[:6], f"… {len(lines) - 10} more lines …", *lines[-4:]]
-    print("\n".join("     " + line for line in shown))
-    listed = survey_points(output)
-    if list(listed) != list(wanted):
-        fail(f"the points differ: missing {sorted(set(wanted) - set(listed))[:5]}, "
-             f"added {sorted(set(listed) - set(wanted))[:5]}, or in another order")
-    for number, point in wanted.items():
-        if listed[number] != point:  # floats are equal only to the last bit
-            fail(f"point {number} came back as {listed[number]} instead of {point}")
-    print(f"   {len(listed)} points: all equal to the last digit, descriptions kept")
-
-    heading(8, "Ask an independent program (Python's xml.etree) about the document")
+def check_survey(document, survey):
+    wanted = survey_points(survey.read_text(encoding="utf-8"))
     root = xml.etree.ElementTree.parse(document).getroot()
     if root.tag != LANDXML + "LandXML":
         fail(f"xml.etree reads the root as {root.tag}")
     points = root.findall(f"{LANDXML}CgPoints/{LANDXML}CgPoint")
-    if len(points) != len(wanted):
-        fail(f"xml.etree counts {len(points)} points instead of {len(wanted)}")
+    if not points:
+        fail("xml.etree finds no points")
     for point in points:
         number = int(point.get("name"))
         coordinates = tuple(map(float, point.text.split()))
@@ -217,11 +132,19 @@ def main():
     work = build / "demo"
     shutil.rmtree(work, ignore_errors=True)
     work.mkdir(parents=True)
-    orva = Orva(build)
-    archive_demo(orva, work, build, sys.argv[2] if len(sys.argv) > 2 else "")
-    survey_demo(orva, work)
-    print(f"\nAll of it held. The archive is {os.path.relpath(work / 'demo.zip')}, "
-          f"the survey {os.path.relpath(work / 'survey.xml')}.")
+    if len(sys.argv) > 2 and sys.argv[2]:
+        source = pathlib.Path(sys.argv[2]).resolve()
+        if not source.is_dir():
+            fail(f"{sys.argv[2]} is not a folder")
+    else:
+        source = default_folder(work, build)
+    made = work / "tour"
+    step = tour(build, source, made)
+    show(f"\n{step + 1}. Ask an independent program (Python's zipfile) about the archive\n")
+    check_archive(made / "demo.zip", source)
+    show(f"\n{step + 2}. Ask an independent program (Python's xml.etree) about the LandXML document\n")
+    check_survey(made / "survey.xml", made / "survey.csv")
+    print(f"\nThey agree. Everything that was made is in {os.path.relpath(made)}.")
 
 
 if __name__ == "__main__":

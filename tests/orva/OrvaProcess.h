@@ -16,7 +16,8 @@ namespace tarnu::test {
 class OrvaProcess {
 public:
     /// @param arguments quoted as they would be typed
-    explicit OrvaProcess(const std::wstring& arguments) {
+    /// @param folder    its current directory; that of the test program when empty
+    explicit OrvaProcess(const std::wstring& arguments, const std::wstring& folder = {}) {
         const support::UniqueFileHandle output = Capture(m_folder / L"output");
         const support::UniqueFileHandle errors = Capture(m_folder / L"errors");
         wchar_t path[MAX_PATH] = {};
@@ -31,7 +32,7 @@ public:
         startup.hStdError = errors.Get();
         PROCESS_INFORMATION process{};
         EXPECT_TRUE(::CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, /*inheritHandles=*/TRUE, 0,
-                                     nullptr, nullptr, &startup, &process))
+                                     nullptr, folder.empty() ? nullptr : folder.c_str(), &startup, &process))
             << ::GetLastError();
         const support::UniqueHandle thread(process.hThread);
         m_process.Reset(process.hProcess);

@@ -25,7 +25,7 @@ struct Options {
 
 /// A step whose result is not what it must be.
 [[noreturn]] void Fail(const std::wstring& reason) {
-    throw std::runtime_error(Utf8(L"the tour ends here: " + reason));
+    throw std::runtime_error(Utf8(reason));
 }
 
 std::wstring Absolute(const std::wstring& text) {
@@ -42,13 +42,19 @@ std::wstring Absolute(const std::wstring& text) {
 /// The folder in which the tour works; taken away at the end unless the user wants to keep it.
 class WorkFolder {
 public:
-    explicit WorkFolder(const std::wstring& keep) : m_isKept(!keep.empty()) {
+    /// @param toured the folder that gets packed; the archive must not have to hold itself
+    WorkFolder(const std::wstring& keep, const std::wstring& toured) : m_isKept(!keep.empty()) {
         OrvaPath temporary;
         temporary.GetTempPath();
         const std::wstring name = L"orva-tour-" + std::to_wstring(::GetCurrentProcessId());
-        m_path = m_isKept ? Absolute(keep) : Absolute(std::wstring(temporary / name.c_str()));
-        if (OrvaFileExists(m_path.c_str())) Fail(m_path + L" exists already");
-        if (OrvaCreateDirectoryPath(m_path.c_str()) != 0) Fail(m_path + L" cannot be made");
+        const std::wstring path = m_isKept ? Absolute(keep) : Absolute(std::wstring(temporary / name.c_str()));
+        const std::wstring above = toured + L"\\";
+        if (::_wcsnicmp(path.c_str(), above.c_str(), above.size()) == 0) {
+            Fail(path + L", the tour's own work folder, is in " + toured);
+        }
+        if (OrvaFileExists(path.c_str())) Fail(path + L" exists already");
+        if (OrvaCreateDirectoryPath(path.c_str()) != 0) Fail(path + L" cannot be made");
+        m_path = path;
     }
     ~WorkFolder() {
         if (!m_isKept) OrvaRemoveTree(m_path.c_str(), {});
@@ -249,12 +255,7 @@ int Tour(const Options& options) {
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
         Fail(Named(options.folder) + L": there is no such folder");
     }
-    const WorkFolder work(options.keep);
-    // The archive would have to hold itself.
-    const std::wstring above = folder + L"\\";
-    if (::_wcsnicmp((work.Path() + L"\\").c_str(), above.c_str(), above.size()) == 0) {
-        Fail(folder + L" contains the tour's own work folder " + work.Path());
-    }
+    const WorkFolder work(options.keep, folder);
     Guide guide;
     TourArchive(guide, work, folder);
     TourSurvey(guide, work);
