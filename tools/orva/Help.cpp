@@ -61,7 +61,7 @@ std::vector<std::string> Synopsis(const Command& command) {
         std::string line = command.FullName();
         for (const bool positional : {true, false})
             for (const std::unique_ptr<Option>& option : command.Options())
-                if (option->IsPositional() == positional) line += " " + InSynopsis(*option);
+                if (option->IsPositional() == positional) line.append(1, ' ').append(InSynopsis(*option));
         lines.push_back(line);
     }
     return lines;
@@ -90,7 +90,7 @@ void Wrap(std::string& output, std::string_view text, std::size_t column, std::s
         const std::string_view word = text.substr(0, end);
         const std::size_t width = Columns(word);
         if (!isFirst && column + 1 + width > consoleWidth - 1) {
-            output += "\n" + std::string(indent, ' ');
+            output.append(1, '\n').append(indent, ' ');
             column = indent;
         } else if (!isFirst) {
             output += ' ';
@@ -128,7 +128,9 @@ void WriteRows(std::string& output, const char* title, const std::vector<Row>& r
     for (const Row& row : rows) {
         output += "  " + row.term;
         const std::size_t width = 2 + Columns(row.term);
-        output += width + 2 > column ? "\n" + std::string(column, ' ') : std::string(column - width, ' ');
+        const bool isWide = width + 2 > column;
+        if (isWide) output += '\n';
+        output.append(isWide ? column : column - width, ' ');
         Wrap(output, row.text, column, column);
     }
 }

@@ -27,6 +27,11 @@ void AddReportCommand(Command& program);
 void AddPointsCommand(Command& program);
 void AddLandXmlCommand(Command& program);
 void AddXmlCommand(Command& program);
+void AddTimeCommand(Command& program);
+void AddMessageCommand(Command& program);
+void AddErrorCommand(Command& program);
+void AddRegistryCommand(Command& program);
+void AddMemoryCommand(Command& program);
 void AddHelpCommand(Command& program);
 void AddCompletionCommand(Command& program);
 
@@ -40,14 +45,27 @@ struct Entry {
 
 /// In the order of the help.
 constexpr Entry commands[] = {
-    {"To begin with", &AddTourCommand},          {"Folders and archives", &AddTreeCommand},
-    {"Folders and archives", &AddCopyCommand},   {"Folders and archives", &AddMoveCommand},
-    {"Folders and archives", &AddDeleteCommand}, {"Folders and archives", &AddZipCommand},
-    {"Folders and archives", &AddUnzipCommand},  {"Paths and files", &AddPathCommand},
-    {"Paths and files", &AddBrowseCommand},      {"Paths and files", &AddWatchCommand},
-    {"Paths and files", &AddModifiedCommand},    {"Paths and files", &AddReportCommand},
-    {"Survey data and XML", &AddPointsCommand},  {"Survey data and XML", &AddLandXmlCommand},
-    {"Survey data and XML", &AddXmlCommand},     {"About orva", &AddHelpCommand},
+    {"To begin with", &AddTourCommand},
+    {"Folders and archives", &AddTreeCommand},
+    {"Folders and archives", &AddCopyCommand},
+    {"Folders and archives", &AddMoveCommand},
+    {"Folders and archives", &AddDeleteCommand},
+    {"Folders and archives", &AddZipCommand},
+    {"Folders and archives", &AddUnzipCommand},
+    {"Paths and files", &AddPathCommand},
+    {"Paths and files", &AddBrowseCommand},
+    {"Paths and files", &AddWatchCommand},
+    {"Paths and files", &AddModifiedCommand},
+    {"Paths and files", &AddReportCommand},
+    {"Survey data and XML", &AddPointsCommand},
+    {"Survey data and XML", &AddLandXmlCommand},
+    {"Survey data and XML", &AddXmlCommand},
+    {"The system", &AddTimeCommand},
+    {"The system", &AddMessageCommand},
+    {"The system", &AddErrorCommand},
+    {"The system", &AddRegistryCommand},
+    {"The system", &AddMemoryCommand},
+    {"About orva", &AddHelpCommand},
     {"About orva", &AddCompletionCommand},
 };
 
