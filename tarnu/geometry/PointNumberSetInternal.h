@@ -100,18 +100,18 @@ public:
         for (std::uint64_t chunk = 0; chunk < m_chunks.size(); ++chunk) {
             const std::uint64_t* const held = m_chunks[chunk];
             const std::uint64_t* const without = chunk < removed.m_chunks.size() ? removed.m_chunks[chunk] : Nothing();
-            const std::uint64_t first = chunk * chunkBits;
+            const std::uint64_t chunkStart = chunk * chunkBits;
             if (held == Nothing() || without == Everything()) {
-                endRun(first);
+                endRun(chunkStart);
                 continue;
             }
             if (held == Everything() && without == Nothing()) {
-                if (begin == none) begin = first;
+                if (begin == none) begin = chunkStart;
                 continue;
             }
             for (std::uint64_t index = 0; index < chunkWords; ++index) {
                 std::uint64_t word = held[index] & ~without[index];
-                const std::uint64_t base = first + index * 64;
+                const std::uint64_t base = chunkStart + index * 64;
                 if (begin != none) {
                     if (word == ~std::uint64_t{0}) continue;
                     endRun(base + static_cast<std::uint64_t>(std::countr_one(word)));
