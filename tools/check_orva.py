@@ -36,7 +36,7 @@ def check_manual(program):
 
 # What is typed, and what bash is to offer for the last word, in a folder that holds `docs/`, `d.txt` and `my jobs/`.
 TYPED = [
-    (["t"], {"tour", "tree"}),
+    (["tr"], {"tree"}),
     (["path", ""], {"split", "join", "relative", "normalise", "absolute"}),
     (["path", "split", "--s"], {"--slashes"}),
     (["tree", "--"], {"--files", "--pattern", "--attributes", "--help"}),
