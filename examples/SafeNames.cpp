@@ -22,5 +22,8 @@ int main() {
         const auto standard = tarnu::to_path<std::filesystem::path>(tarnu::resolve_dots(path));
         std::printf("%ls: %s\n", standard.c_str(), tarnu::is_within(path, root) ? "served" : "refused");
     }
+
+    const OrvaPath temporary = tarnu::from_path(std::filesystem::temp_directory_path());
+    std::printf("temporary files are%s kept below the job\n", tarnu::is_within(temporary, root) ? "" : " not");
     return 0;
 }

@@ -21,25 +21,35 @@ int main() {
     const OrvaPath path = isShow ? OrvaPath(OrvaPath::TempFile) : OrvaPath(arguments[1]);
     ::LocalFree(arguments);
 
-    const tarnu::FileWatch watch(path, [isShow](tarnu::FileChange change) {
+    // In a show, each change that is told is the sign for the next one: saved twice, then deleted.
+    constexpr UINT nextStep = WM_APP;
+    const DWORD thread = ::GetCurrentThreadId();
+    const tarnu::FileWatch watch(path, [isShow, thread](tarnu::FileChange change) {
         static constexpr const char* names[] = {"saved", "created", "deleted", "cannot be watched any longer"};
         std::printf("%s\n", names[static_cast<int>(change)]);
         std::fflush(stdout);
         ORVA_LOG_LIMITED(5, /*milliseconds=*/1000, L"change %d", static_cast<int>(change)); // a busy file fills no log
-        const bool isEnd = change == tarnu::FileChange::Lost || change == tarnu::FileChange::Deleted;
-        if (isEnd) ::PostQuitMessage(isShow && change == tarnu::FileChange::Deleted ? 0 : 1);
+        if (change == tarnu::FileChange::Lost) ::PostQuitMessage(1);
+        if (isShow) ::PostThreadMessageW(thread, nextStep, 0, 0);
     });
-    if (isShow) ::SetTimer(nullptr, 0, /*uElapse=*/1500, nullptr); // another program saves twice, then deletes
+    if (isShow) ::PostThreadMessageW(thread, nextStep, 0, 0);
 
-    int round = 0;
+    int step = 0;
     MSG message;
     while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (message.message == WM_TIMER) {
-            if (++round <= 2) {
-                SaveAtomically(path, std::string(static_cast<std::size_t>(round), '*'));
-            } else {
-                ::KillTimer(nullptr, message.wParam);
+        if (message.hwnd == nullptr && message.message == nextStep) {
+            switch (++step) {
+            case 1:
+                SaveAtomically(path, "draft");
+                break;
+            case 2:
+                SaveAtomically(path, "final version");
+                break;
+            case 3:
                 OrvaDeleteFile(path);
+                break;
+            default:
+                ::PostQuitMessage(0);
             }
         }
         ::DispatchMessageW(&message);

@@ -52,6 +52,20 @@ void KeepOpen(HWND window, OrvaServerThread& server, HANDLE finished, OrvaMessag
 // end of snippet
 
 // snippet
+int FollowWrites(const wchar_t* path, void (*onWrite)()) {
+    tarnu::FunctionFileListener listener([onWrite](DWORD, DWORD error) {
+        if (error != 0) return ::PostQuitMessage(static_cast<int>(error));
+        onWrite();
+    });
+    const tarnu::FileRegistration registration(path, FILE_NOTIFY_CHANGE_LAST_WRITE, listener); // until the end
+    MSG message;
+    while (::GetMessageW(&message, nullptr, 0, 0) > 0)
+        ::DispatchMessageW(&message);
+    return static_cast<int>(message.wParam);
+}
+// end of snippet
+
+// snippet
 OrvaPath ExportPath(const OrvaPath& folder, const CString& title) {
     return folder / (tarnu::safe_name(title.GetString()).GetText() + L".xml"); // "Site A/B?" gives Site A_B_.xml
 }
