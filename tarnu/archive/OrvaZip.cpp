@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
 #include <shlwapi.h>
 #include <vector>
 
@@ -38,19 +39,41 @@ CString NameInArchive(const CString& file, int mode, const CString& base) {
     return relative.IsEmpty() ? file : relative;
 }
 
+/// Opens what OrvaUnzipAll extracts, and makes its destination; what was made for nothing is removed again.
+bool Prepare(OrvaZipReader& reader, const CString& archive, const OrvaPath& destination) noexcept {
+    FolderMaker maker;
+    try {
+        const std::wstring folder = AbsoluteSystemPath(destination);
+        if (destination.IsEmpty() || folder.empty()) return false;
+        const bool isReady = (IsFolder(folder.c_str()) || maker.Make(folder)) &&
+                             reader.Open(archive) == OrvaZipSuccess && reader.GetCount() > 0;
+        if (isReady) return true;
+    } catch (const std::bad_alloc&) {
+        maker.Undo();
+        return false;
+    }
+    maker.Undo();
+    return false;
+}
+
+/// Replaces slashes, names the file in the archive and looks at it.
+/// @return its attributes; INVALID_FILE_ATTRIBUTES when it is to be left out
+DWORD LookAt(CString& file, int mode, const CString& base, CString& name) noexcept {
+    try {
+        file.Replace(L'/', L'\\');
+        name = NameInArchive(file, mode, base);
+        return ::GetFileAttributesW(AbsoluteSystemPath(file).c_str());
+    } catch (const std::bad_alloc&) {
+        return INVALID_FILE_ATTRIBUTES;
+    }
+}
+
 } // namespace
 
 bool OrvaUnzipAll(const CString& archive, const OrvaPath& destination, const OrvaZipProgress& progress,
                   const OrvaZipOverwrite& overwrite) {
-    const std::wstring folder = AbsoluteSystemPath(destination);
-    if (destination.IsEmpty() || folder.empty()) return false;
-    FolderMaker maker;
     OrvaZipReader reader;
-    if ((!IsFolder(folder.c_str()) && !maker.Make(folder)) || reader.Open(archive) != OrvaZipSuccess ||
-        reader.GetCount() == 0) {
-        maker.Undo();
-        return false;
-    }
+    if (!Prepare(reader, archive, destination)) return false;
     const UINT count = Clipped(reader.GetCount());
     OrvaZipEntry entry;
     std::vector<ULONGLONG> directories;
@@ -60,7 +83,12 @@ bool OrvaUnzipAll(const CString& archive, const OrvaPath& destination, const Orv
         }
         bool written = false;
         reader.ExtractBelow(index, destination, overwrite, &written);
-        if (written && entry.isDirectory) directories.push_back(index);
+        if (!written || !entry.isDirectory) continue;
+        try {
+            directories.push_back(index);
+        } catch (const std::bad_alloc&) { // this directory then keeps the time at which it was filled
+            continue;
+        }
     }
     // Once more, innermost first: what was extracted into a directory has changed its times.
     for (; !directories.empty(); directories.pop_back())
@@ -72,20 +100,25 @@ int OrvaZipFiles(const CString& archive, const CStringList& files, int mode, con
                  const OrvaZipProgress& progress) {
     OrvaZipWriter writer;
     if (writer.Create(archive) != OrvaZipSuccess) return 0;
-    CString folder(base);
-    folder.Replace(L'/', L'\\');
+    CString folder;
+    try {
+        folder = base;
+        folder.Replace(L'/', L'\\');
+    } catch (const std::bad_alloc&) {
+        return 0;
+    }
     const UINT count = Clipped(static_cast<ULONGLONG>(files.GetCount()));
     UINT number = 0;
     int added = 0;
     for (POSITION position = files.GetHeadPosition(); position != nullptr;) {
         CString file = files.GetNext(position);
+        CString name;
         ++number;
-        file.Replace(L'/', L'\\');
-        const DWORD attributes = ::GetFileAttributesW(AbsoluteSystemPath(file).c_str());
+        const DWORD attributes = LookAt(file, mode, folder, name);
         if (attributes == INVALID_FILE_ATTRIBUTES) continue;
         if (progress) progress(number, count, file);
         const bool isFile = (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-        if (writer.AddFile(NameInArchive(file, mode, folder), file) == OrvaZipSuccess && isFile) ++added;
+        if (writer.AddFile(name, file) == OrvaZipSuccess && isFile) ++added;
     }
     if (writer.GetCount() == 0) return 0; // without Close nothing is left behind
     return writer.Close() == OrvaZipSuccess ? added : 0;

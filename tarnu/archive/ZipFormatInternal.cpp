@@ -3,17 +3,23 @@
 #include <algorithm>
 #include <atomic>
 #include <ctime>
+#include <new>
 #include <zlib.h>
 
 namespace tarnu::support {
 namespace {
 
+/// The text in a code page. A conversion that the system refuses can only be for want of memory, and throws: a name or
+/// a password must not be taken for an empty one.
 std::string Narrow(std::wstring_view text, UINT codePage) {
     if (text.empty()) return {};
     const int length = static_cast<int>(text.size());
     const int size = ::WideCharToMultiByte(codePage, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(std::max(size, 0)), '\0');
-    ::WideCharToMultiByte(codePage, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
+    if (size <= 0) throw std::bad_alloc();
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    if (::WideCharToMultiByte(codePage, 0, text.data(), length, bytes.data(), size, nullptr, nullptr) != size) {
+        throw std::bad_alloc();
+    }
     return bytes;
 }
 
@@ -23,9 +29,10 @@ bool Widen(std::string_view bytes, UINT codePage, DWORD flags, CString& text) {
     const int size = static_cast<int>(bytes.size()); // at most 65535
     const int length = ::MultiByteToWideChar(codePage, flags, bytes.data(), size, nullptr, 0);
     if (length <= 0) return false;
-    ::MultiByteToWideChar(codePage, flags, bytes.data(), size, text.GetBufferSetLength(length), length);
-    text.ReleaseBuffer(length);
-    return true;
+    const int written =
+        ::MultiByteToWideChar(codePage, flags, bytes.data(), size, text.GetBufferSetLength(length), length);
+    text.ReleaseBuffer(std::max(written, 0));
+    return written == length;
 }
 
 /// The next value of the process-wide generator, 15 bits. It is our own, so that a host's rand() sequence is left

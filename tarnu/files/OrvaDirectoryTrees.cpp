@@ -6,6 +6,7 @@
 #include "tarnu/filesystem/OrvaBFSFileTree.h"
 #include "tarnu/filesystem/OrvaDFSDirectoryTree.h"
 #include "tarnu/filesystem/OrvaDFSFileTree.h"
+#include "tarnu/filesystem/WalkErrorInternal.h"
 #include "tarnu/paths/OrvaPath.h"
 
 #include <cwchar>
@@ -14,9 +15,11 @@
 namespace {
 
 using tarnu::support::DirectoryMaker;
+using tarnu::support::Failed;
 using tarnu::support::FlagOf;
 using tarnu::support::IsBlank;
 using tarnu::support::TreesOverlap;
+using tarnu::support::WalkError;
 
 constexpr DWORD directoriesOnly = 0x10; ///< attribute filter: the directory field is 1
 constexpr DWORD filesOnly = 0x20;       ///< attribute filter: the directory field is 2
@@ -30,6 +33,30 @@ bool IsDirectory(const wchar_t* path) noexcept {
 bool IsFile(const wchar_t* path) noexcept {
     const DWORD attributes = ::GetFileAttributesW(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+/// The flag of a walk that stands at its end: 1 when a directory could not be listed, so that the walk was not whole.
+int FlagOfWalk(const OrvaFileMatch& walk) {
+    const DWORD error = WalkError::Of(walk);
+    return error == ERROR_SUCCESS ? 0 : Failed(error);
+}
+
+/// A missing path, as opposed to one that can't be looked at.
+bool IsMissing(const wchar_t* path) noexcept {
+    if (::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES) return false;
+    switch (::GetLastError()) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+    case ERROR_BAD_NETPATH:
+    case ERROR_BAD_NET_NAME:
+    case ERROR_INVALID_DRIVE:
+    case ERROR_FILENAME_EXCED_RANGE:
+        return true;
+    default:
+        return false;
+    }
 }
 
 /// A process whose current directory lies in a tree can't remove that directory: moves it to the tree's parent.
@@ -50,18 +77,23 @@ void LeaveTree(const wchar_t* tree) {
     ::_wchdir(parent); // the runtime keeps a current directory per drive of its own
 }
 
+/// Creates the directories that the walk yields.
+int CreateFound(OrvaFileMatch& directories, const OrvaPath& destination) {
+    DirectoryMaker maker;
+    OrvaPath name;
+    int failed = 0;
+    for (; directories.IsFound(); directories.Next())
+        failed |= maker.Make(destination / directories.GetName(name));
+    return failed;
+}
+
 } // namespace
 
 int OrvaCreateDirectories(OrvaFileMatch& directories, const wchar_t* destination) {
     if (IsBlank(destination)) return 1;
     return FlagOf([&directories, destination] {
-        const OrvaPath root(destination);
-        DirectoryMaker maker;
-        OrvaPath name;
-        int failed = 0;
-        for (; directories.IsFound(); directories.Next())
-            failed |= maker.Make(root / directories.GetName(name));
-        return failed;
+        const int failed = CreateFound(directories, destination);
+        return failed | FlagOfWalk(directories);
     });
 }
 
@@ -74,7 +106,7 @@ int OrvaCopyFiles(OrvaFileMatch& files, const wchar_t* destination, int failIfEx
         for (; files.IsFound(); files.Next()) {
             if (OrvaCopyFile(files.GetPath(source), root / files.GetName(name), failIfExists) != 0) return 1;
         }
-        return 0;
+        return FlagOfWalk(files);
     });
 }
 
@@ -84,7 +116,7 @@ int OrvaDeleteFiles(OrvaFileMatch& files) {
         int failed = 0;
         for (; files.IsFound(); files.Next())
             failed |= OrvaDeleteFile(files.GetPath(path));
-        return failed;
+        return failed | FlagOfWalk(files);
     });
 }
 
@@ -94,12 +126,14 @@ int OrvaCopyDirectoryTree(const wchar_t* source, const wchar_t* destination, int
         if (TreesOverlap(source, destination)) return 1;
         OrvaBFSDirectoryTree directories;
         directories.Open(source, everything, directoriesOnly);
-        if (OrvaCreateDirectories(directories, destination) != 0) return 1;
+        if (CreateFound(directories, destination) != 0) return 1;
+        // A directory that can't be listed keeps nothing else from being copied.
+        const int failed = FlagOfWalk(directories);
         directories.Close();
 
         OrvaBFSFileTree files;
         files.Open(source, everything, filesOnly);
-        return OrvaCopyFiles(files, destination, failIfExists);
+        return failed | OrvaCopyFiles(files, destination, failIfExists);
     });
 }
 
@@ -109,7 +143,7 @@ int OrvaDeleteDirectoryTree(const wchar_t* path) {
         LeaveTree(path);
         // One expects a missing tree to fail as a missing source of a copy does; it counts as deleted. Hosts rely on
         // deleting without asking first.
-        if (::GetFileAttributesW(path) == INVALID_FILE_ATTRIBUTES) return 0;
+        if (IsMissing(path)) return 0;
         {
             OrvaDFSFileTree files;
             files.Open(path, everything, filesOnly);

@@ -32,7 +32,7 @@ TARNU_API int OrvaCreateDirectoryPath(const wchar_t* path);
 /// does not end the walk. No directory is looked at twice.
 /// @param destination the directory that stands for the walk's root; created
 /// @param directories an opened walk; stands at its end afterwards
-/// @return 1 when any directory could not be created
+/// @return 1 when any directory could not be created, or could not be listed by the walk
 TARNU_API int OrvaCreateDirectories(OrvaFileMatch& directories, const wchar_t* destination);
 
 // Single files
@@ -54,6 +54,7 @@ TARNU_API int OrvaDeleteFile(const wchar_t* path);
 /// Copies every file that a walk yields to its relative path below @p destination, whose directories must exist. The
 /// first failure ends the walk.
 /// @param files an opened walk; stands at its end, or at the file that failed
+/// @return 1 when a file could not be copied, or a directory could not be listed by the walk
 /// @param destination the directory that stands for the walk's root
 /// @param failIfExists as for OrvaCopyFile
 /// @return 1 when a file could not be copied
@@ -61,13 +62,14 @@ TARNU_API int OrvaCopyFiles(OrvaFileMatch& files, const wchar_t* destination, in
 
 /// Deletes every file that a walk yields; failures do not end the walk.
 /// @param files an opened walk; stands at its end afterwards
-/// @return 1 when any file could not be deleted
+/// @return 1 when any file could not be deleted, or any directory could not be listed by the walk
 TARNU_API int OrvaDeleteFiles(OrvaFileMatch& files);
 
 // Directory trees
 
 /// Copies a directory tree: first all directories, then the files, level by level. Nothing is copied unless every
-/// directory could be created, and the first file that can't be copied ends the work.
+/// directory could be created, and the first file that can't be copied ends the work. A directory that can't be listed
+/// does not, but counts as a failure.
 /// @param source a directory
 /// @param destination the path of the copy; created
 /// @param failIfExists as for OrvaCopyFile
@@ -80,7 +82,7 @@ TARNU_API int OrvaCopyDirectoryTree(const wchar_t* source, const wchar_t* destin
 /// A current directory within the tree is first moved to the tree's parent. So is one beside it whose name merely
 /// begins with the tree's name: deleting `C:\job` moves a process out of `C:\job2` too.
 /// @param path the tree's root
-/// @return 1 when any directory is left; 0 for a tree that does not exist
+/// @return 1 when any directory is left; 0 for a tree that does not exist (not for one that can't be looked at)
 TARNU_API int OrvaDeleteDirectoryTree(const wchar_t* path);
 
 /// Copies a tree and deletes the source. When the copy fails the source stays complete; what was copied stays too.

@@ -38,16 +38,19 @@ OrvaStdioFile::OrvaStdioFile(OrvaPath path, bool addTimeStamp, bool overwrite, i
 OrvaStdioFile::~OrvaStdioFile() = default;
 
 void OrvaStdioFile::WriteHeader(__time64_t time) {
-    CString header = L"File Report - " + GetFilePath();
-    wchar_t text[260];
-    if (::_wctime64_s(text, _countof(text), &time) == 0) {
-        header += L"\nOpened:  ";
-        header += text; // ends with a line break of its own
-    }
-    header += L"\n";
+    // A header that can't be written leaves a file that is open all the same.
     try {
+        CString header = L"File Report - " + GetFilePath();
+        wchar_t text[260];
+        if (::_wctime64_s(text, _countof(text), &time) == 0) {
+            header += L"\nOpened:  ";
+            header += text; // ends with a line break of its own
+        }
+        header += L"\n";
         WriteString(header);
-    } catch (CException* error) { // a header that can't be written leaves a file that is open all the same
+    } catch (CException* error) {
         error->Delete();
+    } catch (const std::bad_alloc&) {
+        return;
     }
 }

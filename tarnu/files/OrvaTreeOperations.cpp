@@ -80,14 +80,16 @@ DWORD List(const std::wstring& directory, std::vector<Entry>& entries) {
     return error == ERROR_NO_MORE_FILES ? DWORD{ERROR_SUCCESS} : error;
 }
 
-/// The root of a tree in the form the work is done in: of any length, without a trailing separator. Empty for what
-/// can't be the name of a directory.
-std::wstring RootPath(const wchar_t* path) {
-    std::wstring root = ExtendedPath(FullPath(path));
-    if (IsDevice(root) || HasWildcards(root)) return {};
+/// The root of a tree in the form the work is done in: of any length, without a trailing separator.
+/// @return a Win32 error code, 0 for success; ERROR_INVALID_NAME for what can't be the name of a directory
+DWORD MakeRootPath(const wchar_t* path, std::wstring& root) {
+    const std::wstring full = FullPath(path);
+    if (full.empty()) return LastFailure();
+    root = ExtendedPath(full);
+    if (IsDevice(root) || HasWildcards(root)) return ERROR_INVALID_NAME;
     while (!root.empty() && root.back() == L'\\')
         root.pop_back();
-    return root;
+    return root.empty() ? DWORD{ERROR_INVALID_NAME} : DWORD{ERROR_SUCCESS};
 }
 
 /// What copying and removing have in common: counting, reporting, retrying, progress.
@@ -489,10 +491,12 @@ int OrvaCopyTree(const wchar_t* source, const wchar_t* destination, const OrvaTr
                  OrvaTreeCounts* counts) {
     return RunWork<TreeCopy>(options, counts, source, [source, destination](TreeCopy& work) {
         if (IsBlank(source) || IsBlank(destination)) return work.Fail(L"", ERROR_INVALID_NAME);
-        const std::wstring from = RootPath(source);
-        const std::wstring to = RootPath(destination);
-        if (from.empty()) return work.Fail(source, ERROR_INVALID_NAME);
-        if (to.empty()) return work.Fail(destination, ERROR_INVALID_NAME);
+        std::wstring from;
+        std::wstring to;
+        if (const DWORD error = MakeRootPath(source, from); error != ERROR_SUCCESS) return work.Fail(source, error);
+        if (const DWORD error = MakeRootPath(destination, to); error != ERROR_SUCCESS) {
+            return work.Fail(destination, error);
+        }
         work.Run(from, to);
     });
 }
@@ -500,8 +504,8 @@ int OrvaCopyTree(const wchar_t* source, const wchar_t* destination, const OrvaTr
 int OrvaRemoveTree(const wchar_t* path, const OrvaTreeOptions& options, OrvaTreeCounts* counts) {
     return RunWork<TreeRemoval>(options, counts, path, [path](TreeRemoval& work) {
         if (IsBlank(path)) return work.Fail(L"", ERROR_INVALID_NAME);
-        const std::wstring root = RootPath(path);
-        if (root.empty()) return work.Fail(path, ERROR_INVALID_NAME);
+        std::wstring root;
+        if (const DWORD error = MakeRootPath(path, root); error != ERROR_SUCCESS) return work.Fail(path, error);
         work.Run(root);
     });
 }

@@ -25,8 +25,11 @@ void TrimTrailingSeparators(std::wstring& path) noexcept {
 }
 
 /// An absolute path with every link of its existing part resolved, in extended form, without a trailing separator.
+/// Empty when the path can't be made absolute.
 std::wstring ResolvedPath(const wchar_t* path) {
-    std::wstring existing = ExtendedPath(FullPath(path));
+    std::wstring existing = FullPath(path);
+    if (existing.empty()) return existing;
+    existing = ExtendedPath(existing);
     TrimTrailingSeparators(existing);
     std::wstring missing;
     for (;;) {
@@ -83,6 +86,7 @@ std::wstring DisplayPath(const std::wstring& extendedPath) {
 bool TreesOverlap(const wchar_t* first, const wchar_t* second) {
     const std::wstring left = ResolvedPath(first);
     const std::wstring right = ResolvedPath(second);
+    if (left.empty() || right.empty()) return true; // who can't tell does not copy a tree into itself
     return IsWithin(left, right) || IsWithin(right, left);
 }
 

@@ -41,7 +41,7 @@ struct DirectoryWatch {
 /// The worker's loop and all that belongs to it. Everything but construction and destruction happens on the worker.
 class FileEventLoop {
 public:
-    explicit FileEventLoop(OrvaWndMsgServer& host) noexcept : m_host(host) {}
+    explicit FileEventLoop(OrvaWndMsgServer& host) : m_host(host) {}
 
     /// Serves the thread's messages and the directories until WM_QUIT.
     void Run() noexcept;

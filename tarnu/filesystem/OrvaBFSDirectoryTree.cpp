@@ -1,6 +1,7 @@
 #include "tarnu/filesystem/OrvaBFSDirectoryTree.h"
 
 #include "tarnu/filesystem/LinkGuardInternal.h"
+#include "tarnu/filesystem/WalkErrorInternal.h"
 
 #include <utility>
 
@@ -22,6 +23,7 @@ void OrvaBFSDirectoryTree::Close() {
     m_root = OrvaPath();
     m_queue.clear();
     m_matcher.Close();
+    m_error = ERROR_SUCCESS;
 }
 
 void OrvaBFSDirectoryTree::Open(const wchar_t* root, const wchar_t* pattern, DWORD /*attributeFilter*/) {
@@ -52,6 +54,7 @@ void OrvaBFSDirectoryTree::PushSubdirectories(const OrvaPath& directory, const O
         const bool canEnter = !tarnu::support::LeadsToAncestor(m_matcher);
         m_queue.push_back({relative / m_matcher.GetName(name), canEnter});
     }
+    tarnu::support::WalkError::Keep(m_error, m_matcher.m_error);
     m_matcher.Close();
 }
 

@@ -27,6 +27,7 @@ public:
 private:
     template <class Tree>
     friend class FileTreeWalk; // asks CanEnter
+    friend class tarnu::support::WalkError;
 
     struct Directory {
         OrvaPath relative;
@@ -40,6 +41,7 @@ private:
     std::deque<Directory> m_queue;
     OrvaBasicFileMatcher m_matcher;
     DWORD m_attributeFilter = 0;
+    DWORD m_error = 0; ///< the first that ended a listing before its end
 };
 
 #endif // TARNU_FILESYSTEM_ORVABFSDIRECTORYTREE_H

@@ -1,5 +1,6 @@
 #include "tarnu/filesystem/OrvaBasicFileMatcher.h"
 
+#include "tarnu/filesystem/WalkErrorInternal.h"
 #include "tarnu/support/ExtendedPath.h"
 #include "tarnu/support/Owners.h"
 
@@ -22,6 +23,13 @@ std::size_t LastComponentLength(const wchar_t* path) noexcept {
     return std::wcslen(separator != nullptr ? separator + 1 : path);
 }
 
+/// The last error after a search that found nothing (more); 0 when that is no failure.
+DWORD SearchError() noexcept {
+    const DWORD error = ::GetLastError();
+    const bool isEnd = error == ERROR_NO_MORE_FILES || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    return isEnd ? DWORD{ERROR_SUCCESS} : error;
+}
+
 } // namespace
 
 OrvaBasicFileMatcher::OrvaBasicFileMatcher() = default;
@@ -35,6 +43,7 @@ void OrvaBasicFileMatcher::Close() {
     m_pattern = OrvaPath();
     m_attributeFilter = 0;
     m_isFound = FALSE;
+    m_error = ERROR_SUCCESS;
     const UniqueFindHandle find(m_find); // closes it
     m_find = INVALID_HANDLE_VALUE;
 }
@@ -53,7 +62,11 @@ void OrvaBasicFileMatcher::Open(const wchar_t* directory, const wchar_t* pattern
     m_find = ::FindFirstFileExW(systemSearch.Get(), FindExInfoStandard, &m_findData,
                                 isLimited ? FindExSearchLimitToDirectories : FindExSearchNameMatch,
                                 /*lpSearchFilter=*/nullptr, /*dwAdditionalFlags=*/0);
-    if (m_find != INVALID_HANDLE_VALUE) Examine(TRUE);
+    if (m_find != INVALID_HANDLE_VALUE) {
+        Examine(TRUE);
+    } else {
+        m_error = SearchError();
+    }
 }
 
 void OrvaBasicFileMatcher::Next() {
@@ -70,6 +83,7 @@ void OrvaBasicFileMatcher::Examine(BOOL hasEntry) {
             return;
         }
     }
+    tarnu::support::WalkError::Keep(m_error, SearchError());
 }
 
 BOOL OrvaBasicFileMatcher::IsFound() const {

@@ -36,7 +36,11 @@ public:
     WIN32_FIND_DATAW* GetFindData() { return &m_findData; }
 
 private:
-    friend class OrvaDFSDirectoryTree; // stands on directories that it does not list
+    friend class OrvaBFSDirectoryTree; // keeps the error of each directory
+    friend class OrvaDFSDirectoryTree; // so does this, which also stands on directories that it does not list
+    template <class Tree>
+    friend class FileTreeWalk;
+    friend class tarnu::support::WalkError;
 
     void Examine(BOOL hasEntry);
 
@@ -47,6 +51,7 @@ private:
     HANDLE m_find = INVALID_HANDLE_VALUE;
     WIN32_FIND_DATAW m_findData{};
     DWORD m_skipDots = 1;
+    DWORD m_error = 0; ///< what ended the listing before its end
 };
 
 #endif // TARNU_FILESYSTEM_ORVABASICFILEMATCHER_H

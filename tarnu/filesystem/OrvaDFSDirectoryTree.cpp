@@ -1,6 +1,7 @@
 #include "tarnu/filesystem/OrvaDFSDirectoryTree.h"
 
 #include "tarnu/filesystem/LinkGuardInternal.h"
+#include "tarnu/filesystem/WalkErrorInternal.h"
 
 #include <memory>
 
@@ -29,6 +30,7 @@ void OrvaDFSDirectoryTree::Close() {
         const std::unique_ptr<OrvaFileMatch> matcher(m_stack.RemoveHead());
     }
     m_canEnter = true;
+    m_error = ERROR_SUCCESS;
 }
 
 void OrvaDFSDirectoryTree::Open(const wchar_t* root, const wchar_t* pattern, DWORD /*attributeFilter*/) {
@@ -51,7 +53,8 @@ void OrvaDFSDirectoryTree::Next() {
     if (m_stack.IsEmpty()) return;
     m_canEnter = true;
     if (!m_stack.GetTail()->IsFound()) {
-        const std::unique_ptr<OrvaFileMatch> finished(m_stack.RemoveTail());
+        const std::unique_ptr<OrvaBasicFileMatcher> finished(m_stack.RemoveTail());
+        tarnu::support::WalkError::Keep(m_error, finished->m_error);
     }
     if (m_stack.IsEmpty()) return;
     m_stack.GetTail()->Next();

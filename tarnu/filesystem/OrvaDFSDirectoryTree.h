@@ -26,6 +26,7 @@ public:
 private:
     template <class Tree>
     friend class FileTreeWalk; // asks CanEnter
+    friend class tarnu::support::WalkError;
 
     bool CanEnter() const { return m_canEnter; }
     void Descend();
@@ -34,6 +35,7 @@ private:
     /// One per level of the current branch, root level first; owned.
     CList<OrvaBasicFileMatcher*, OrvaBasicFileMatcher*> m_stack{/*blockSize=*/10};
     DWORD m_attributeFilter = 0;
+    DWORD m_error = 0; ///< the first that ended a listing before its end
     CString m_pattern;
     bool m_canEnter = true; ///< false while the walk stands on a link back to an ancestor
 };

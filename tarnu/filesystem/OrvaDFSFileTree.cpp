@@ -14,6 +14,7 @@ void OrvaDFSFileTree::Close() {
     m_matcher.Close();
     m_tree.Close();
     m_pattern = OrvaPath();
+    m_error = ERROR_SUCCESS;
 }
 
 void OrvaDFSFileTree::Open(const wchar_t* root, const wchar_t* pattern, DWORD attributeFilter) {
@@ -22,11 +23,11 @@ void OrvaDFSFileTree::Open(const wchar_t* root, const wchar_t* pattern, DWORD at
     Close();
     m_pattern = newPattern;
     m_attributeFilter = attributeFilter;
-    Walk::Open(m_tree, m_matcher, newRoot, m_pattern, m_attributeFilter);
+    Walk::Open(m_tree, m_matcher, newRoot, m_pattern, m_attributeFilter, m_error);
 }
 
 void OrvaDFSFileTree::Next() {
-    Walk::Next(m_tree, m_matcher, m_pattern, m_attributeFilter);
+    Walk::Next(m_tree, m_matcher, m_pattern, m_attributeFilter, m_error);
 }
 
 BOOL OrvaDFSFileTree::IsFound() const {

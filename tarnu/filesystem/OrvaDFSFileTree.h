@@ -28,10 +28,13 @@ public:
     const WIN32_FIND_DATAW* GetFindData() const { return m_matcher.GetFindData(); }
 
 private:
+    friend class tarnu::support::WalkError;
+
     OrvaDFSDirectoryTree m_tree;
     OrvaBasicFileMatcher m_matcher; ///< the files of the tree's current directory
     OrvaPath m_pattern;
     DWORD m_attributeFilter = 0;
+    DWORD m_error = 0; ///< the first that ended a listing of files before its end
 };
 
 #endif // TARNU_FILESYSTEM_ORVADFSFILETREE_H

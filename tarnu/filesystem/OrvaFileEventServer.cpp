@@ -41,10 +41,7 @@ OrvaFileEventServerImpl::OrvaFileEventServerImpl() noexcept : m_messages(OrvaGet
 
 OrvaFileEventServerImpl::~OrvaFileEventServerImpl() {
     if (m_worker.IsRunning()) OrvaFileEventServerImpl::Stop();
-    // Stopping has left the callbacks registered. The object behind them is going; from the last one on, each removal
-    // is one step.
-    for (UINT index = m_registeredCount; index-- > 0;)
-        m_messages->RemoveCallback(tarnu::WM_FILE_NOTIFY + index, m_firstCookie + index);
+    Unsubscribe(); // stopping has left the callbacks registered, and the object behind them is going
     for (const Registrations* registrations : {&m_registrations, &m_ended}) {
         for (const auto& [record, registration] : *registrations)
             delete record;
@@ -52,18 +49,30 @@ OrvaFileEventServerImpl::~OrvaFileEventServerImpl() {
 }
 
 void OrvaFileEventServerImpl::Start() noexcept {
-    if (m_worker.IsRunning()) return;
-    for (UINT index = 0; index < registrationCount; ++index) {
-        if (FAILED(m_messages->RegisterCallback(tarnu::WM_FILE_NOTIFY + index, m_cookies[index], this))) return;
-        if (index == 0) m_firstCookie = m_cookies[0]; // the others follow in a row
+    while (m_registeredCount < registrationCount) {
+        UINT& cookie = m_cookies[m_registeredCount];
+        if (FAILED(m_messages->RegisterCallback(tarnu::WM_FILE_NOTIFY + m_registeredCount, cookie, this))) {
+            Unsubscribe(); // all or none: the next registration of a file tries again
+            return;
+        }
+        if (m_registeredCount == 0) m_firstCookie = cookie; // the others follow in a row
         ++m_registeredCount;
     }
     m_worker.Start();
 }
 
+void OrvaFileEventServerImpl::Unsubscribe() noexcept {
+    // From the last one on, each removal is one step.
+    for (; m_registeredCount > 0; --m_registeredCount) {
+        const UINT index = m_registeredCount - 1;
+        m_messages->RemoveCallback(tarnu::WM_FILE_NOTIFY + index, m_firstCookie + index);
+    }
+}
+
 HRESULT OrvaFileEventServerImpl::RegisterFile(const wchar_t* path, DWORD filter, OrvaFileEventListener* listener,
                                               OrvaFileEventCookie& cookie) {
     cookie = nullptr;
+    if (!m_worker.IsRunning() && !m_isStopped) Start(); // what it takes could not be had before
     if (!m_worker.IsRunning()) return E_FAIL;
     if (path == nullptr || listener == nullptr) return E_POINTER;
     SendUnregistrations();
@@ -110,6 +119,7 @@ void OrvaFileEventServerImpl::SendUnregistrations() noexcept {
 }
 
 int OrvaFileEventServerImpl::Stop() {
+    m_isStopped = true;
     const bool isStopped = m_worker.Stop();
     for (UINT& cookie : m_cookies) {
         // Hosts rely on the callbacks staying registered: see OrvaWndMsgServer::UnregisterCallback.

@@ -33,6 +33,7 @@ private:
     using Registrations = std::map<tarnu::FileRecord*, Registration>;
 
     void Start() noexcept;
+    void Unsubscribe() noexcept;
     void Notify(tarnu::FileRecord* record, DWORD mask);
     bool IsRegistered(tarnu::FileRecord* record, UINT64 number) const noexcept;
     void SendUnregistrations() noexcept;
@@ -41,6 +42,7 @@ private:
     std::array<UINT, registrationCount> m_cookies{};
     UINT m_firstCookie = 0; ///< of those that the destructor takes back
     UINT m_registeredCount = 0;
+    bool m_isStopped = false; ///< for good
     Registrations m_registrations;
     Registrations m_ended;                    ///< until the worker has given the record back
     std::vector<tarnu::FileRecord*> m_unsent; ///< ended, and the worker's full queue has refused to be told

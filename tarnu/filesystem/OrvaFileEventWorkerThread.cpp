@@ -1,9 +1,12 @@
 #include "tarnu/filesystem/OrvaFileEventWorkerThreadInternal.h"
 
+#include "tarnu/support/ThreadEnd.h"
+
 #include <new>
 #include <process.h>
 
 using tarnu::support::UniqueHandle;
+using tarnu::support::WaitForThreadEnd;
 
 namespace {
 
@@ -26,9 +29,13 @@ bool OrvaFileEventWorkerThread::Start() noexcept {
     const UniqueHandle ready(
         ::CreateEventW(/*lpEventAttributes=*/nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr));
     if (!ready) return false;
-    m_loop.reset(new (std::nothrow) tarnu::FileEventLoop(m_host));
-    std::unique_ptr<StartRecord> record(new (std::nothrow) StartRecord{ready.Get(), this});
-    if (m_loop == nullptr || record == nullptr) return false;
+    std::unique_ptr<StartRecord> record;
+    try {
+        m_loop = std::make_unique<tarnu::FileEventLoop>(m_host);
+        record.reset(new StartRecord{ready.Get(), this});
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
     m_thread.Reset(reinterpret_cast<HANDLE>(::_beginthreadex(/*security=*/nullptr, /*stack_size=*/0, &ThreadProcedure,
                                                              record.get(), CREATE_SUSPENDED, &m_threadId)));
     if (!m_thread) {
@@ -42,7 +49,12 @@ bool OrvaFileEventWorkerThread::Start() noexcept {
         return false;
     }
     (void)record.release();
-    ::WaitForSingleObjectEx(ready.Get(), INFINITE, /*bAlertable=*/FALSE);
+    // The flag stands in for an event that could not be set or waited on; it is set behind the last use of the event.
+    constexpr DWORD lookMilliseconds = 50;
+    while (::WaitForSingleObjectEx(ready.Get(), lookMilliseconds, /*bAlertable=*/FALSE) != WAIT_OBJECT_0) {
+        if (m_isReady) break;
+        ::Sleep(1);
+    }
     return true;
 }
 
@@ -52,6 +64,7 @@ unsigned __stdcall OrvaFileEventWorkerThread::ThreadProcedure(void* parameter) {
     MSG message;
     ::PeekMessageW(&message, nullptr, 0, 0, PM_NOREMOVE); // from here on the thread has a queue
     ::SetEvent(record->ready);
+    record->worker->m_isReady = true;
     loop.Run();
     return 0;
 }
@@ -71,17 +84,18 @@ bool OrvaFileEventWorkerThread::Stop() noexcept {
     m_loop->HurryToStop();
     const ULONGLONG end = ::GetTickCount64() + stopMilliseconds;
     while (!Post(WM_QUIT, /*wParam=*/0, /*lParam=*/0) && ::GetLastError() == ERROR_NOT_ENOUGH_QUOTA &&
-           ::GetTickCount64() < end && ::WaitForSingleObject(m_thread.Get(), /*dwMilliseconds=*/10) == WAIT_TIMEOUT) {
+           ::GetTickCount64() < end && !WaitForThreadEnd(m_thread.Get(), /*milliseconds=*/10)) {
     }
     // 2. Wait.
     const ULONGLONG now = ::GetTickCount64();
     const DWORD rest = now < end ? static_cast<DWORD>(end - now) : 0;
-    if (::WaitForSingleObject(m_thread.Get(), rest) != WAIT_OBJECT_0) {
+    if (!WaitForThreadEnd(m_thread.Get(), rest)) {
         // 3. End it by force. What it was in the middle of cannot be touched any more, and is left.
         ::TerminateThread(m_thread.Get(), /*dwExitCode=*/0);
         (void)m_loop.release();
     }
     m_thread.Reset();
     m_threadId = 0;
+    m_isReady = false;
     return true;
 }

@@ -5,6 +5,8 @@
 
 #include "tarnu/filesystem/FileEventLoopInternal.h"
 
+#include <atomic>
+
 /// Starts, feeds and ends the worker. Used on the host's thread.
 class OrvaFileEventWorkerThread {
 public:
@@ -28,6 +30,7 @@ private:
     std::unique_ptr<tarnu::FileEventLoop> m_loop;
     tarnu::support::UniqueHandle m_thread; ///< empty, as the id, when not running
     unsigned m_threadId = 0;
+    std::atomic<bool> m_isReady = false; ///< the thread takes messages
 };
 
 #endif // TARNU_FILESYSTEM_ORVAFILEEVENTWORKERTHREADINTERNAL_H

@@ -6,12 +6,17 @@
 #include "tarnu/framework/framework.h"
 #include "tarnu/paths/OrvaPath.h"
 
+namespace tarnu::support {
+class WalkError;
+}
+
 /// A walk over file-system entries: open it, then read the current entry and advance while one is found.
 /// ~~~
 /// OrvaBFSFileTree files;
 /// for (files.Open(root, L"*.xml", 0x20); files.IsFound(); files.Next()) Load(files.GetPath(path));
 /// ~~~
-/// No operation reports an error: a directory that is missing or can't be read has no entries. Next does nothing once
+/// No operation reports an error: a directory that is missing or can't be read has no entries. (The operations of
+/// OrvaFileOperations.h that take a walk know when that has happened.) Next does nothing once
 /// no entry is found. Running out of memory throws std::bad_alloc; the walk is then best closed.
 ///
 /// Threads: an object belongs to one thread at a time; distinct objects are independent.

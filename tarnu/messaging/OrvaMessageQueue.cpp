@@ -35,9 +35,9 @@ struct OrvaMessageQueue::Packet {
         if (next != nullptr) next->previous = previous;
     }
 
-    /// Takes what a procedure call was given, and frees it: the queue, null when that is gone, and the message.
-    static std::pair<OrvaMessageQueue*, OrvaMessage*> Open(ULONG_PTR parameter) noexcept {
-        const std::unique_ptr<Packet> packet(reinterpret_cast<Packet*>(parameter));
+    /// Takes what a procedure call was given: the queue, null when that is gone, and the packet.
+    static std::pair<OrvaMessageQueue*, std::unique_ptr<Packet>> Open(ULONG_PTR parameter) noexcept {
+        std::unique_ptr<Packet> packet(reinterpret_cast<Packet*>(parameter));
         Link* const link = packet->link;
         bool isLast = false;
         OrvaMessageQueue* queue = nullptr;
@@ -48,15 +48,20 @@ struct OrvaMessageQueue::Packet {
             isLast = queue == nullptr && link->packets == nullptr;
         }
         if (isLast) delete link;
-        return {queue, packet->message};
+        return {queue, std::move(packet)};
     }
 
     static void CALLBACK OnMessage(ULONG_PTR parameter) noexcept {
-        const auto [queue, message] = Open(parameter);
-        if (queue != nullptr) queue->Deliver(message);
+        auto [queue, packet] = Open(parameter);
+        if (queue == nullptr) return;
+        OrvaCallback* const callback = queue->m_callback;
+        packet->next = nullptr;
+        (queue->m_newest != nullptr ? queue->m_newest->next : queue->m_oldest) = packet.get();
+        queue->m_newest = packet.release();
+        if (callback != nullptr) callback->Execute();
     }
     static void CALLBACK OnClose(ULONG_PTR parameter) noexcept {
-        const auto [queue, message] = Open(parameter);
+        OrvaMessageQueue* const queue = Open(parameter).first;
         if (queue == nullptr) return;
         queue->m_isClosed = true;
         if (queue->m_callback != nullptr) queue->m_callback->Execute();
@@ -65,7 +70,7 @@ struct OrvaMessageQueue::Packet {
 };
 
 OrvaMessageQueue::OrvaMessageQueue(OrvaCallback* callback, HANDLE threadHandle)
-    : m_messages(/*blockSize=*/10), m_thread(threadHandle), m_callback(callback), m_link(new (std::nothrow) Link) {
+    : m_thread(threadHandle), m_callback(callback), m_link(new (std::nothrow) Link) {
     if (m_link != nullptr) m_link->queue = this;
     // The pseudo-handle names whichever thread uses it: the poster.
     if (threadHandle == nullptr || threadHandle == ::GetCurrentThread()) {
@@ -78,14 +83,21 @@ OrvaMessageQueue::OrvaMessageQueue(OrvaCallback* callback, HANDLE threadHandle)
 
 OrvaMessageQueue::~OrvaMessageQueue() {
     const UniqueHandle thread(m_isThreadOwned ? m_thread : nullptr);
+    while (m_oldest != nullptr)
+        delete std::exchange(m_oldest, m_oldest->next);
     if (m_link == nullptr) return;
     Packet* packets = nullptr;
     {
         const SrwExclusiveLock lock(m_link->lock);
         m_link->queue = nullptr;
         packets = m_link->packets;
-        // Those on their way to a thread that takes no more calls will never arrive.
-        if (packets != nullptr && ::QueueUserAPC(&Packet::OnProbe, m_thread, /*dwData=*/0) != 0) return;
+        // Those on their way to a thread that has ended, or to no thread, will never arrive. A call that is refused for
+        // another reason, for want of memory, says nothing about those before it.
+        if (packets != nullptr) {
+            if (::QueueUserAPC(&Packet::OnProbe, m_thread, /*dwData=*/0) != 0) return;
+            const DWORD error = ::GetLastError();
+            if (error != ERROR_GEN_FAILURE && error != ERROR_INVALID_HANDLE) return;
+        }
     }
     while (packets != nullptr)
         delete std::exchange(packets, packets->next);
@@ -101,23 +113,19 @@ OrvaServerCode OrvaMessageQueue::QueuePacket(OrvaMessage* message, PAPCFUNC proc
     return OrvaServerSuccess;
 }
 
-void OrvaMessageQueue::Deliver(OrvaMessage* message) noexcept {
-    OrvaCallback* const callback = m_callback;
-    m_messages.AddTail(message);
-    if (callback != nullptr) callback->Execute();
-}
-
 OrvaServerCode OrvaMessageQueue::Peek(OrvaMessage*& message) {
     ::SleepEx(/*dwMilliseconds=*/0, /*bAlertable=*/TRUE);
     message = nullptr;
-    if (m_messages.IsEmpty()) return m_isClosed ? OrvaServerQueueClosed : OrvaServerQueueEmpty;
-    message = m_messages.GetHead();
+    if (m_oldest == nullptr) return m_isClosed ? OrvaServerQueueClosed : OrvaServerQueueEmpty;
+    message = m_oldest->message;
     return OrvaServerSuccess;
 }
 
 OrvaServerCode OrvaMessageQueue::Get(OrvaMessage*& message) {
     const OrvaServerCode code = OrvaMessageQueue::Peek(message);
-    if (code == OrvaServerSuccess) m_messages.RemoveHead();
+    if (code != OrvaServerSuccess) return code;
+    const std::unique_ptr<Packet> packet(std::exchange(m_oldest, m_oldest->next));
+    if (m_oldest == nullptr) m_newest = nullptr;
     return code;
 }
 

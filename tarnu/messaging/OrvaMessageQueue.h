@@ -58,9 +58,10 @@ private:
     struct Packet;
 
     OrvaServerCode QueuePacket(OrvaMessage* message, PAPCFUNC procedure) noexcept;
-    void Deliver(OrvaMessage* message) noexcept;
 
-    CList<OrvaMessage*, OrvaMessage*> m_messages; ///< nodes are allocated in blocks of 10
+    Packet* m_oldest = nullptr; ///< the messages that have arrived, in the packets that brought them: nothing is
+                                ///< allocated on the owning thread
+    Packet* m_newest = nullptr;
     HANDLE m_thread;
     std::atomic<bool> m_isClosed = false;
     OrvaCallback* m_callback;

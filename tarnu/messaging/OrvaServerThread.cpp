@@ -2,6 +2,7 @@
 
 #include "tarnu/support/Owners.h"
 #include "tarnu/support/SrwLock.h"
+#include "tarnu/support/ThreadEnd.h"
 
 #include <iterator>
 #include <memory>
@@ -12,6 +13,7 @@ using tarnu::support::CriticalSectionLock;
 using tarnu::support::SrwExclusiveLock;
 using tarnu::support::SrwSharedLock;
 using tarnu::support::UniqueHandle;
+using tarnu::support::WaitForThreadEnd;
 
 namespace {
 
@@ -64,7 +66,7 @@ OrvaServerCode OrvaServerThread::Start() {
 }
 
 bool OrvaServerThread::CreateServerThread() {
-    const UniqueHandle started(
+    UniqueHandle started(
         ::CreateEventW(/*lpEventAttributes=*/nullptr, /*bManualReset=*/FALSE, /*bInitialState=*/FALSE, nullptr));
     if (!started) return false;
     StartRecord record{started.Get(), this}; // read before the event is set
@@ -84,9 +86,17 @@ bool OrvaServerThread::CreateServerThread() {
         m_threadId = 0;
         return false;
     }
-    // The thread's end counts too: an overridden Run may forget the event.
+    // The thread's end counts too: an overridden Run may forget the event. The running flag stands in for an event that
+    // could not be set, and the end is asked for where a wait fails: the record must stay until the thread has read it.
     const HANDLE either[] = {started.Get(), thread.Get()};
-    ::WaitForMultipleObjects(static_cast<DWORD>(std::size(either)), either, /*bWaitAll=*/FALSE, INFINITE);
+    for (;;) {
+        constexpr DWORD lookMilliseconds = 50;
+        const DWORD result = ::WaitForMultipleObjects(static_cast<DWORD>(std::size(either)), either,
+                                                      /*bWaitAll=*/FALSE, lookMilliseconds);
+        if (result < std::size(either) || m_isRunning) break;
+        if (result == WAIT_FAILED && WaitForThreadEnd(thread.Get(), /*milliseconds=*/1)) break;
+    }
+    m_started = started.Release();
     (void)thread.Release(); // m_thread owns it
     return true;
 }
@@ -126,15 +136,16 @@ OrvaServerCode OrvaServerThread::Stop(OrvaServerCode* code) {
 // The stop sequence; the first lock is held, and this is not the server thread.
 void OrvaServerThread::JoinThread() noexcept {
     // 1. A procedure call ends the thread's wait and clears the running flag there. It can fail for want of memory
-    // while
-    //    the thread lives: then again.
+    //    while the thread lives: then again, and soon.
     // 2. The thread takes no more handlers, closes those it has, and ends.
-    do {
-        ::QueueUserAPC(&ClearRunningFlag, m_thread, reinterpret_cast<ULONG_PTR>(this));
-    } while (::WaitForSingleObject(m_thread, /*dwMilliseconds=*/1000) == WAIT_TIMEOUT);
+    for (;;) {
+        const bool isAsked = ::QueueUserAPC(&ClearRunningFlag, m_thread, reinterpret_cast<ULONG_PTR>(this)) != 0;
+        if (WaitForThreadEnd(m_thread, isAsked ? 1000 : 10)) break;
+    }
     // 3. Nobody queues to the handle any more once it is cleared.
     const SrwExclusiveLock lock(m_callLock);
     const UniqueHandle thread(std::exchange(m_thread, nullptr));
+    const UniqueHandle started(std::exchange(m_started, nullptr));
     m_threadId = 0;
     m_isRunning = false; // also when the thread was ended from outside
     m_isAccepting = 0;

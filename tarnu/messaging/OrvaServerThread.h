@@ -79,7 +79,8 @@ private:
     void CloseHandlers() noexcept;
 
     CRITICAL_SECTION m_startAndStop;
-    HANDLE m_thread = nullptr; ///< changed under both locks
+    HANDLE m_thread = nullptr;  ///< changed under both locks
+    HANDLE m_started = nullptr; ///< the event of Run, open as long as the thread may set it
     DWORD m_threadId = 0;
     std::atomic<bool> m_isRunning = false;
     OrvaSynchronizedSelector m_selector;

@@ -2,6 +2,7 @@
 
 #include "tarnu/support/SrwLock.h"
 
+#include <cstddef>
 #include <map>
 #include <new>
 #include <utility>
@@ -59,8 +60,9 @@ private:
     using Heads = std::map<HWND, OrvaSubClassWnd*>;
 
     // Left to the end of the process on purpose: static destructors that run later still destroy subclassed windows.
-    static Heads& AllHeads() {
-        static Heads& heads = *new Heads;
+    static Heads& AllHeads() noexcept {
+        alignas(Heads) static std::byte storage[sizeof(Heads)];
+        static Heads& heads = *::new (storage) Heads;
         return heads;
     }
     static void EraseHead(HWND window) noexcept;
@@ -178,10 +180,13 @@ void OrvaSubClassWnd::Chain::Detach(OrvaSubClassWnd* object) noexcept {
         if (object->m_previous != nullptr && ::IsWindow(window)) {
             // Hosts rely on getting back the procedure from before the first subclasser, also when a foreign one
             // hooked on top meanwhile: it is cut off.
-            if (CurrentProcedure(window) != &Procedure) {
+            // Where the shared procedure may come back, or stays because it can't be replaced, it has to find the
+            // window's own one.
+            const bool isForeign = CurrentProcedure(window) != &Procedure;
+            const bool isRestored = ReplaceProcedure(window, object->m_previous) != nullptr;
+            if (isForeign || !isRestored) {
                 ::SetPropW(window, ownProcedureProperty, reinterpret_cast<HANDLE>(object->m_previous));
             }
-            ReplaceProcedure(window, object->m_previous);
         }
     }
 }

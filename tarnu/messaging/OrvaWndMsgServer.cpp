@@ -18,6 +18,10 @@ constexpr wchar_t classNameFormat[] = L"OrvaWnd59A9E57ED6664f9e943F19730E161AEE"
 } // namespace
 
 OrvaWndMsgServerImpl::OrvaWndMsgServerImpl() noexcept : m_instance(::GetModuleHandleW(nullptr)) {
+    CreateServerWindow();
+}
+
+void OrvaWndMsgServerImpl::CreateServerWindow() noexcept {
     wchar_t className[std::size(classNameFormat)] = {};
     std::swprintf(className, std::size(className), classNameFormat, m_instance);
     if (m_instance != nullptr && m_classAtom == 0) {
@@ -30,16 +34,23 @@ OrvaWndMsgServerImpl::OrvaWndMsgServerImpl() noexcept : m_instance(::GetModuleHa
     }
     // A class of this name that somebody else registered has another window procedure.
     if (m_classAtom == 0) return;
-    m_window = ::CreateWindowExW(/*dwExStyle=*/0, className, L"", /*dwStyle=*/0, /*X=*/0, /*Y=*/0, /*nWidth=*/1,
-                                 /*nHeight=*/1, /*hWndParent=*/nullptr, /*hMenu=*/nullptr, m_instance,
-                                 /*lpParam=*/nullptr);
-    if (m_window != nullptr) ::SetWindowLongPtrW(m_window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    HWND window = ::CreateWindowExW(/*dwExStyle=*/0, className, L"", /*dwStyle=*/0, /*X=*/0, /*Y=*/0, /*nWidth=*/1,
+                                    /*nHeight=*/1, /*hWndParent=*/nullptr, /*hMenu=*/nullptr, m_instance,
+                                    /*lpParam=*/nullptr);
+    if (window == nullptr) return;
+    ::SetLastError(ERROR_SUCCESS); // the old value is 0, as after a failure
+    ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    if (::GetLastError() != ERROR_SUCCESS) {
+        ::DestroyWindow(window); // it would take messages and deliver none
+        return;
+    }
+    m_window = window;
 }
 
 OrvaWndMsgServerImpl::~OrvaWndMsgServerImpl() {
     m_entries.clear();
     if (m_window != nullptr) {
-        HWND window = std::exchange(m_window, nullptr);
+        HWND window = m_window.exchange(nullptr);
         ::SetWindowLongPtrW(window, GWLP_USERDATA, 0);
         // Only its own thread can destroy a window. At process exit another thread may be the last one: the window must
         // then not call into the library any more.
@@ -120,6 +131,8 @@ LRESULT CALLBACK OrvaWndMsgServerImpl::WindowProc(HWND window, UINT message, WPA
 
 OrvaWndMsgServer* OrvaGetWndMsgServer() {
     static OrvaWndMsgServerImpl server;
+    // A window that the system had no room for at first.
+    if (server.m_window == nullptr && server.m_threadId == ::GetCurrentThreadId()) server.CreateServerWindow();
     return &server;
 }
 

@@ -5,6 +5,7 @@
 
 #include "tarnu/messaging/OrvaWndMsgServer.h"
 
+#include <atomic>
 #include <vector>
 
 namespace OrvaWndMsgServer_details {
@@ -32,11 +33,15 @@ private:
     };
     using Entries = std::vector<Entry>;
 
+    friend OrvaWndMsgServer* OrvaGetWndMsgServer();
+
+    void CreateServerWindow() noexcept;
     static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     void Deliver(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     Entries::iterator LowerBound(UINT message, UINT cookie) noexcept;
 
-    HWND m_window = nullptr;
+    std::atomic<HWND> m_window = nullptr;
+    const DWORD m_threadId = ::GetCurrentThreadId();
     ATOM m_classAtom = 0;
     HINSTANCE m_instance = nullptr;
     Entries m_entries;

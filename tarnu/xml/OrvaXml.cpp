@@ -363,8 +363,12 @@ OrvaXml::ElementPointer OrvaXml::CreateLandXMLRoot(IXMLDOMDocument* document) {
         {L"readOnly", L"false"},
         {L"language", L"English"},
     };
-    for (const auto& [name, value] : attributes)
-        SetString(root.Get(), name, value);
+    for (const auto& [name, value] : attributes) {
+        if (SUCCEEDED(SetString(root.Get(), name, value))) continue;
+        NodePointer removed; // a root without its namespaces would be taken for another format's
+        document->removeChild(root.Get(), removed.GetAddressOf());
+        return {};
+    }
     return root;
 }
 

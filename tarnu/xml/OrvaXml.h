@@ -108,7 +108,9 @@ public:
 
     /// Appends the root element "LandXML" with its eight attributes (namespaces, version, date and time of now, flags).
     /// @param document an empty document
-    /// @return the element; empty when it could not be created and appended
+    /// @return the element; empty when it could not be created and appended, or an attribute could not be set: then it
+    /// is
+    ///         taken out of the document again
     static ElementPointer CreateLandXMLRoot(IXMLDOMDocument* document);
     /// The root element when its name is "LandXML", else empty.
     static ElementPointer GetLandXMLRoot(IXMLDOMDocument* document);

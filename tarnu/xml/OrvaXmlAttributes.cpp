@@ -50,7 +50,12 @@ public:
         m_changed = ::SetLocaleInfoW(LOCALE_USER_DEFAULT, kind, wanted) != FALSE;
     }
     ~ScopedSeparator() {
-        if (m_changed) ::SetLocaleInfoW(LOCALE_USER_DEFAULT, m_kind, m_previous);
+        if (!m_changed) return;
+        // A setting of the user's: not given up at the first refusal.
+        constexpr int attempts = 10;
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            if (::SetLocaleInfoW(LOCALE_USER_DEFAULT, m_kind, m_previous)) return;
+        }
     }
     ScopedSeparator(const ScopedSeparator&) = delete;
     ScopedSeparator& operator=(const ScopedSeparator&) = delete;

@@ -33,6 +33,13 @@ bool AppendInstructions(IXMLDOMDocument* document, const OrvaXmlStringArray& ins
     return hasDeclaration;
 }
 
+/// There is no such file. One that can't be looked at may be there, and is not to be written over unasked.
+bool IsMissing(const CString& fileName) noexcept {
+    if (::GetFileAttributesW(fileName) != INVALID_FILE_ATTRIBUTES) return false;
+    const DWORD error = ::GetLastError();
+    return error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION && error != ERROR_LOCK_VIOLATION;
+}
+
 /// Appends the root element with its attributes.
 void AppendRoot(IXMLDOMDocument* document, const OrvaXmlStringArray& nodes) {
     constexpr wchar_t missing[] = L"pAppendedNode is NULL!";
@@ -67,7 +74,7 @@ bool OrvaXmlCreateFile(const CString& fileName, IXMLDOMDocument* document, const
                        const OrvaXmlStringArray& nodes, bool recreate) {
     return Perform(fileContext, [&] {
         if (document == nullptr) Fail(L"pDoc is NULL!");
-        if (::GetFileAttributesW(fileName) != INVALID_FILE_ATTRIBUTES) {
+        if (!IsMissing(fileName)) {
             if (!recreate) {
                 if (!Succeeds([&] { return OrvaXmlLoadFile(fileName, document); })) {
                     Fail(L"Load failed!\nFile = " + fileName);

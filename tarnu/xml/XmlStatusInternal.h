@@ -61,23 +61,37 @@ struct XmlContext {
     const wchar_t* comError = L"_com_error = "; ///< in front of a COM error's description
 };
 
+/// The status of the exception that is being handled. Not for want of memory.
+inline CString StatusOfException(const XmlContext& context) {
+    try {
+        throw;
+    } catch (const XmlFailure& failure) {
+        return failure.text;
+    } catch (const CString& text) {
+        return CString(L"Exception in ") + context.nested + L"():\n" + text;
+    } catch (const _com_error& error) {
+        return context.comError + Description(error);
+    } catch (CException* exception) {
+        exception->Delete();
+        throw std::bad_alloc(); // whatever it was, it has no text of its own
+    }
+}
+
+/// What is said where nothing can be: made when the library is loaded, because there may be no memory left for it.
+inline const CString unhandledStatus(L"Unhandled Exception!");
+
 /// Does the work of one member: returns its result, or throws the status text.
 template <class Work>
 auto Perform(const XmlContext& context, Work&& work) {
-    CString status;
+    CString status(unhandledStatus);
     try {
         return work();
-    } catch (const XmlFailure& failure) {
-        status = failure.text;
-    } catch (const CString& text) {
-        status = CString(L"Exception in ") + context.nested + L"():\n" + text;
-    } catch (const _com_error& error) {
-        status = context.comError + Description(error);
-    } catch (CException* exception) {
-        exception->Delete();
-        status = L"Unhandled Exception!";
     } catch (...) {
-        status = L"Unhandled Exception!";
+        try {
+            status = StatusOfException(context);
+        } catch (...) { // no memory, or something unknown
+            status = unhandledStatus;
+        }
     }
     throw status;
 }

@@ -163,10 +163,11 @@ void AddThreadsAndWaits(std::vector<SystemCall*>& calls) {
             COVER(FindCloseChangeNotification, {FALSE, ERROR_INVALID_HANDLE, Report::LastError, /*performs=*/true}),
             COVER(FindFirstChangeNotificationW, {INVALID_HANDLE_VALUE, ERROR_NO_SYSTEM_RESOURCES}),
             COVER(FindNextChangeNotification, {FALSE, ERROR_ACCESS_DENIED}),
+            COVER(GetExitCodeThread, {FALSE, ERROR_INVALID_HANDLE}),
             COVER(MsgWaitForMultipleObjectsEx, {WAIT_FAILED, ERROR_INVALID_HANDLE}),
             COVER(PostThreadMessageW, {FALSE, ERROR_NOT_ENOUGH_QUOTA}),
             COVER(PulseEvent, {FALSE, ERROR_INVALID_HANDLE}),
-            COVER(QueueUserAPC, {0, ERROR_GEN_FAILURE}),
+            COVER(QueueUserAPC, {0, ERROR_NOT_ENOUGH_MEMORY}),
             COVER(ResumeThread, {static_cast<DWORD>(-1), ERROR_GEN_FAILURE}),
             COVER(SetEvent, {FALSE, ERROR_INVALID_HANDLE}),
             COVER(SetThreadErrorMode, {FALSE, ERROR_INVALID_PARAMETER}),
@@ -323,7 +324,7 @@ const std::vector<Excuse>& Excuses() {
          "___lc_codepage_func ___mb_cur_max_func __mb_cur_max ___lc_handle_func _iob __stack_chk_*"},
         {"exceptions, type information and containers of the C++ runtime; their memory is asked for by operator new, "
          "or from the runtime's emergency store",
-         "_ZT* _ZNSt* _ZNKSt* _ZSt* __cxa_* __gxx_* _Unwind_* __emutls_*"},
+         "_ZT* _ZNSt* _ZNKSt* _ZSt* __cxa_* __dynamic_cast __gxx_* _Unwind_* __emutls_*"},
     };
     return excuses;
 }

@@ -129,13 +129,15 @@ HANDLE CFile::OpenHandle(const wchar_t* fileName, UINT openFlags, CString& fullP
 
     HANDLE handle = INVALID_HANDLE_VALUE;
     wchar_t path[MAX_PATH];
+    CString name; // made before there is a handle that it could lose
     if (access == 0 || !shareKnown) {
         ::SetLastError(ERROR_INVALID_PARAMETER);
     } else if (MakeFullPath(fileName, path)) {
+        name = path;
         handle = ::CreateFileW(path, access, share, &security, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
     }
     if (handle != INVALID_HANDLE_VALUE) {
-        fullPath = path;
+        fullPath = std::move(name);
     } else if (error != nullptr) {
         error->m_lOsError = LastError();
         error->m_cause = CFileException::OsErrorToException(error->m_lOsError);

@@ -76,16 +76,17 @@ BOOL CStdioFile::Open(const wchar_t* fileName, UINT openFlags, CFileException* e
     if (descriptor != -1) m_pStream = ::_wfdopen(descriptor, mode.text);
     if (m_pStream != nullptr) return TRUE;
 
-    if (error != nullptr) {
-        error->m_lOsError = RuntimeError();
-        error->m_cause = CFileException::tooManyOpenFiles; // a stream or a descriptor is all that can be missing here
-        error->m_strFileName = fileName;
-    }
+    const LONG runtimeError = RuntimeError();
     if (descriptor != -1) {
         m_hFile = INVALID_HANDLE_VALUE; // closed with the descriptor
         ::_close(descriptor);
     }
     CFile::Abort();
+    if (error != nullptr) {
+        error->m_lOsError = runtimeError;
+        error->m_cause = CFileException::tooManyOpenFiles; // a stream or a descriptor is all that can be missing here
+        error->m_strFileName = fileName;
+    }
     return FALSE;
 }
 

@@ -241,10 +241,14 @@ CString::CString(const char* text) : m_text(Nil()) {
 CString::CString(const char* text, int length) : m_text(Nil()) {
     RequireRange(length, 0, INT_MAX, "CString: negative length");
     if (length == 0) return;
+    // Without flags any bytes are a text: what the system refuses it refuses for want of memory.
     const int needed = ::MultiByteToWideChar(CP_ACP, /*dwFlags=*/0, text, length, nullptr, 0);
+    if (needed <= 0) throw std::bad_alloc();
     CString wide;
     wchar_t* buffer = wide.GetBuffer(needed);
-    wide.ReleaseBuffer(::MultiByteToWideChar(CP_ACP, /*dwFlags=*/0, text, length, buffer, needed));
+    const int written = ::MultiByteToWideChar(CP_ACP, /*dwFlags=*/0, text, length, buffer, needed);
+    if (written != needed) throw std::bad_alloc();
+    wide.ReleaseBuffer(written);
     m_text = std::exchange(wide.m_text, Nil());
 }
 
