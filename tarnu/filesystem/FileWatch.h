@@ -30,7 +30,8 @@ enum class FileChange {
 ///     });
 ///
 /// All files of a directory share one watch of the server's, whose filter is that of the first registration there: a
-/// registration that was made before without FILE_NOTIFY_CHANGE_FILE_NAME hides saves by renaming from this watch.
+/// registration that was made before without FILE_NOTIFY_CHANGE_FILE_NAME hides saves by renaming from this watch. The
+/// directory's path has fewer than 260 characters.
 ///
 /// Threads: that of the window-message server, which must pump messages. Ownership: holds the function.
 template <std::invocable<FileChange> Function>

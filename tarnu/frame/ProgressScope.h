@@ -58,13 +58,11 @@ public:
     }
     /// Ends the operation; a position that was not reported yet is reported first.
     ~ProgressScope() {
-        if (!IsShown()) return;
-        if (m_isBehind) Report();
-        if (m_options.level == Level::Primary) {
-            OrvaEndProgress();
-        } else {
-            OrvaProgressRange = m_outerRange;
+        if (IsShown()) {
+            if (m_isBehind) Report();
+            if (m_options.level == Level::Primary) OrvaEndProgress();
         }
+        if (m_options.level == Level::Secondary && m_hasBegun) OrvaProgressRange = m_outerRange;
     }
     ProgressScope(const ProgressScope&) = delete;
     ProgressScope& operator=(const ProgressScope&) = delete;
@@ -115,6 +113,7 @@ private:
 
     Options m_options;
     int m_count;
+    bool m_hasBegun = IsShown(); ///< the meter took the beginning
     int m_outerRange;
     ULONGLONG m_started;
     ULONGLONG m_reported;

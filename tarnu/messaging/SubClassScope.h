@@ -5,7 +5,7 @@
 
 #include "tarnu/messaging/OrvaSubClassWnd.h"
 
-#include <concepts>
+#include <type_traits>
 #include <utility>
 
 namespace tarnu {

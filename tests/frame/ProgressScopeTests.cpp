@@ -114,6 +114,14 @@ TEST_F(ProgressScopes, SecondaryGivesTheRangeBack) {
     }
     EXPECT_EQ(7, OrvaProgressRange);
     EXPECT_EQ("B0 b4 p1 q0 ", Taken());
+    {
+        ProgressScope::Options options = Every(0);
+        options.level = ProgressScope::Level::Secondary;
+        const ProgressScope inner(L"One", 3, options);
+        OrvaSetProgressEnabled(false);
+    }
+    EXPECT_EQ(7, OrvaProgressRange) << "also when the meter was switched off meanwhile";
+    EXPECT_EQ("b0 ", Taken());
 }
 
 TEST_F(ProgressScopes, SilentWithoutMeter) {
