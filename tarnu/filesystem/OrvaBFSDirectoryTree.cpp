@@ -1,5 +1,6 @@
 #include "tarnu/filesystem/OrvaBFSDirectoryTree.h"
 
+#include "tarnu/filesystem/FileListingInternal.h"
 #include "tarnu/filesystem/LinkGuardInternal.h"
 #include "tarnu/filesystem/WalkErrorInternal.h"
 
@@ -50,6 +51,7 @@ void OrvaBFSDirectoryTree::Next() {
 void OrvaBFSDirectoryTree::PushSubdirectories(const OrvaPath& directory, const OrvaPath& relative,
                                               const wchar_t* pattern) {
     OrvaPath name;
+    m_matcher.m_kept = m_listing.get();
     for (m_matcher.Open(directory, pattern, m_attributeFilter); m_matcher.IsFound(); m_matcher.Next()) {
         const bool canEnter = !tarnu::support::LeadsToAncestor(m_matcher);
         m_queue.push_back({relative / m_matcher.GetName(name), canEnter});

@@ -6,6 +6,7 @@
 #include "tarnu/filesystem/OrvaBasicFileMatcher.h"
 
 #include <deque>
+#include <memory>
 
 /// Walks the directories of a tree level by level, the root first (as the empty relative path, also when it does not
 /// exist). The pattern chooses among the root's immediate subdirectories alone; those branches are walked whole. The
@@ -26,7 +27,7 @@ public:
 
 private:
     template <class Tree>
-    friend class FileTreeWalk; // asks CanEnter
+    friend class FileTreeWalk; // asks CanEnter, and has a listing kept
     friend class tarnu::support::WalkError;
 
     struct Directory {
@@ -41,7 +42,8 @@ private:
     std::deque<Directory> m_queue;
     OrvaBasicFileMatcher m_matcher;
     DWORD m_attributeFilter = 0;
-    DWORD m_error = 0; ///< the first that ended a listing before its end
+    DWORD m_error = 0;                                      ///< the first that ended a listing before its end
+    std::unique_ptr<tarnu::support::FileListing> m_listing; ///< of the current directory, when a file tree wants it
 };
 
 #endif // TARNU_FILESYSTEM_ORVABFSDIRECTORYTREE_H

@@ -1,5 +1,6 @@
 #include "tarnu/filesystem/OrvaBasicFileMatcher.h"
 
+#include "tarnu/filesystem/FileListingInternal.h"
 #include "tarnu/filesystem/WalkErrorInternal.h"
 #include "tarnu/support/ExtendedPath.h"
 #include "tarnu/support/Owners.h"
@@ -46,6 +47,7 @@ void OrvaBasicFileMatcher::Close() {
     m_error = ERROR_SUCCESS;
     const UniqueFindHandle find(m_find); // closes it
     m_find = INVALID_HANDLE_VALUE;
+    m_source = nullptr;
 }
 
 void OrvaBasicFileMatcher::Open(const wchar_t* directory, const wchar_t* pattern, DWORD attributeFilter) {
@@ -55,9 +57,12 @@ void OrvaBasicFileMatcher::Open(const wchar_t* directory, const wchar_t* pattern
     m_directory = newDirectory;
     m_pattern = newPattern;
     m_attributeFilter = attributeFilter;
+    if (m_kept != nullptr) m_kept->Begin();
 
     const OrvaPath search = m_directory / m_pattern;
-    const bool isLimited = attributeFilter == directoriesOnly || attributeFilter == visibleDirectoriesOnly;
+    // Only directories are wanted, unless the files that come along are kept.
+    const bool isLimited =
+        m_kept == nullptr && (attributeFilter == directoriesOnly || attributeFilter == visibleDirectoriesOnly);
     const tarnu::support::SystemPath systemSearch(search, LastComponentLength(search));
     m_find = ::FindFirstFileExW(systemSearch.Get(), FindExInfoStandard, &m_findData,
                                 isLimited ? FindExSearchLimitToDirectories : FindExSearchNameMatch,
@@ -71,6 +76,7 @@ void OrvaBasicFileMatcher::Open(const wchar_t* directory, const wchar_t* pattern
 
 void OrvaBasicFileMatcher::Next() {
     m_isFound = FALSE;
+    if (m_source != nullptr) m_isFound = m_source->Take(m_findData);
     if (m_find != INVALID_HANDLE_VALUE) Examine(::FindNextFileW(m_find, &m_findData));
 }
 
@@ -78,6 +84,7 @@ void OrvaBasicFileMatcher::Next() {
 void OrvaBasicFileMatcher::Examine(BOOL hasEntry) {
     for (; hasEntry; hasEntry = ::FindNextFileW(m_find, &m_findData)) {
         if (m_skipDots != 0 && IsDots(m_findData.cFileName)) continue;
+        if (m_kept != nullptr) m_kept->Offer(m_findData);
         if (OrvaMatchFileAttributes(m_attributeFilter, m_findData.dwFileAttributes)) {
             m_isFound = TRUE;
             return;

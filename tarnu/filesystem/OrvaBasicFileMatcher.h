@@ -5,6 +5,10 @@
 
 #include "tarnu/filesystem/OrvaFileMatch.h"
 
+namespace tarnu::support {
+class FileListing;
+}
+
 /// Lists the entries of one directory that match a pattern and an attribute filter, in the order in which the system
 /// returns them. A junction or a link to a directory counts as a directory. Threads and ownership as in OrvaFileMatch.
 class TARNU_API OrvaBasicFileMatcher : public OrvaFileMatch {
@@ -36,10 +40,10 @@ public:
     WIN32_FIND_DATAW* GetFindData() { return &m_findData; }
 
 private:
-    friend class OrvaBFSDirectoryTree; // keeps the error of each directory
+    friend class OrvaBFSDirectoryTree; // keeps what it lists, and the error of each directory
     friend class OrvaDFSDirectoryTree; // so does this, which also stands on directories that it does not list
     template <class Tree>
-    friend class FileTreeWalk;
+    friend class FileTreeWalk; // reads what the tree has kept
     friend class tarnu::support::WalkError;
 
     void Examine(BOOL hasEntry);
@@ -51,7 +55,9 @@ private:
     HANDLE m_find = INVALID_HANDLE_VALUE;
     WIN32_FIND_DATAW m_findData{};
     DWORD m_skipDots = 1;
-    DWORD m_error = 0; ///< what ended the listing before its end
+    DWORD m_error = 0;                               ///< what ended the listing before its end
+    tarnu::support::FileListing* m_kept = nullptr;   ///< receives all entries as they are listed; borrowed
+    tarnu::support::FileListing* m_source = nullptr; ///< where entries come from instead of the system; borrowed
 };
 
 #endif // TARNU_FILESYSTEM_ORVABASICFILEMATCHER_H

@@ -1,5 +1,6 @@
 #include "tarnu/filesystem/OrvaDFSDirectoryTree.h"
 
+#include "tarnu/filesystem/FileListingInternal.h"
 #include "tarnu/filesystem/LinkGuardInternal.h"
 #include "tarnu/filesystem/WalkErrorInternal.h"
 
@@ -43,6 +44,7 @@ void OrvaDFSDirectoryTree::Open(const wchar_t* root, const wchar_t* pattern, DWO
     m_attributeFilter = directoriesOnly;
 
     auto matcher = NewMatcher();
+    matcher->m_kept = m_listing.get();
     matcher->Open(m_root, m_pattern, m_attributeFilter);
     m_stack.AddTail(matcher.get());
     (void)matcher.release(); // the stack owns it
@@ -57,6 +59,8 @@ void OrvaDFSDirectoryTree::Next() {
         tarnu::support::WalkError::Keep(m_error, finished->m_error);
     }
     if (m_stack.IsEmpty()) return;
+    // What the parent's listing still holds is only a part of it.
+    if (m_listing) m_listing->Drop();
     m_stack.GetTail()->Next();
     Descend();
 }
@@ -69,6 +73,7 @@ void OrvaDFSDirectoryTree::Descend() {
         parent.GetPath(path);
         m_canEnter = !tarnu::support::LeadsToAncestor(parent);
         auto matcher = NewMatcher();
+        matcher->m_kept = m_listing.get();
         if (m_canEnter)
             matcher->Open(path, m_pattern, m_attributeFilter);
         else

@@ -5,6 +5,8 @@
 
 #include "tarnu/filesystem/OrvaBasicFileMatcher.h"
 
+#include <memory>
+
 /// Walks the directories of a tree so that every directory comes behind all of its subdirectories, the root last (as
 /// the empty relative path, also when it does not exist). The pattern applies at every level. The attribute filter has
 /// no effect: all directories are visited, hidden and system ones too. A directory link that leads back to one of its
@@ -25,7 +27,7 @@ public:
 
 private:
     template <class Tree>
-    friend class FileTreeWalk; // asks CanEnter
+    friend class FileTreeWalk; // asks CanEnter, and has a listing kept
     friend class tarnu::support::WalkError;
 
     bool CanEnter() const { return m_canEnter; }
@@ -38,6 +40,7 @@ private:
     DWORD m_error = 0; ///< the first that ended a listing before its end
     CString m_pattern;
     bool m_canEnter = true; ///< false while the walk stands on a link back to an ancestor
+    std::unique_ptr<tarnu::support::FileListing> m_listing; ///< of the current directory, when a file tree wants it
 };
 
 #endif // TARNU_FILESYSTEM_ORVADFSDIRECTORYTREE_H

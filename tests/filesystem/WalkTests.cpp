@@ -14,6 +14,8 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 using tarnu::test::CountHandles;
@@ -303,6 +305,84 @@ TEST(FileTrees, ReportFilesInTheOrderOfTheirDirectories) {
     // A filter that admits directories reports them, too.
     EXPECT_EQ((Names{L"a", L"a\\x", L"b", L"b\\y", L"empty", L"empty\\more"}),
               Sorted(Walked(breadthFirst, folder.Path(), L"*", 0x10)));
+}
+
+/// Everything that a walk tells about its entries.
+std::vector<std::tuple<std::wstring, DWORD, DWORD, std::wstring>> Records(OrvaFileMatch& tree, const std::wstring& root,
+                                                                          const wchar_t* pattern, DWORD filter) {
+    std::vector<std::tuple<std::wstring, DWORD, DWORD, std::wstring>> records;
+    for (tree.Open(root.c_str(), pattern, filter); tree.IsFound(); tree.Next()) {
+        const WIN32_FIND_DATAW* data = tarnu::FindDataOf(tree);
+        EXPECT_STREQ(data->cFileName, OrvaPath(NameOf(tree)).GetNameAndExtension());
+        records.emplace_back(NameOf(tree), data->dwFileAttributes, data->nFileSizeLow, data->cAlternateFileName);
+    }
+    return records;
+}
+
+int listings = 0;
+
+HANDLE WINAPI CountListing(LPCWSTR text, FINDEX_INFO_LEVELS level, LPVOID data, FINDEX_SEARCH_OPS operation,
+                           LPVOID filter, DWORD flags) {
+    ++listings;
+    return ::FindFirstFileExW(text, level, data, operation, filter, flags);
+}
+
+TEST(FileTrees, TellTheSameFromOneListingAsFromTwo) {
+    const TempFolder folder;
+    folder.MakeFile(L"root.txt", "1");
+    folder.MakeFile(L"no extension", "12");
+    folder.MakeFile(L"a\\b\\leaf.a rather long extension", "123");
+    folder.MakeFile(L"a\\beside b.txt", "1234");
+    folder.MakeFile(L"hidden\\x", "12345");
+    folder.MakeFile(L"hidden\\y");
+    folder.MakeFolder(L"empty");
+    folder.MakeFolder(L"only\\folders\\below");
+    folder.MakeFile(L"z\\last");
+    ::SetFileAttributesW((folder / L"hidden").c_str(), FILE_ATTRIBUTE_HIDDEN);
+    ::SetFileAttributesW((folder / L"hidden\\x").c_str(), FILE_ATTRIBUTE_READONLY);
+    const ImportPatch patch(L"TarnuWin32Utils.dll", "FindFirstFileExW", &CountListing);
+    const auto compare = [&folder](OrvaFileMatch& tree, int fewer) {
+        // No name can escape the second pattern either, but it is not seen at a glance.
+        for (const DWORD filter : {0x0u, 0x20u, 0x10u, 0x2090u, 0x80u, 0x400u, 0x30u}) {
+            listings = 0;
+            const auto twice = Records(tree, folder.Path(), L"**", filter);
+            const int both = std::exchange(listings, 0);
+            EXPECT_EQ(twice, Records(tree, folder.Path(), L"*", filter)) << filter;
+            EXPECT_EQ(fewer, both - listings) << filter;
+            if (filter == 0) {
+                EXPECT_EQ(15u, twice.size());
+            }
+        }
+    };
+    OrvaBFSFileTree breadthFirst;
+    OrvaDFSFileTree depthFirst;
+    compare(breadthFirst, 9); // one for each directory
+    compare(depthFirst, 5);   // for those without subdirectories
+    EXPECT_EQ(Names{}, Walked(breadthFirst, folder / L"missing", L"*", 0));
+    EXPECT_EQ(Names{}, Walked(depthFirst, folder / L"missing", L"*", 0));
+}
+
+TEST(FileTrees, SeeWhatTheWalkItselfChanges) {
+    const TempFolder folder;
+    folder.MakeFile(L"first.txt");
+    folder.MakeFile(L"sub\\inner.txt");
+    // A folder that is made while its parent's files are walked is not walked: breadth first knows its folders by then.
+    OrvaBFSFileTree breadthFirst;
+    breadthFirst.Open(folder.Path().c_str(), L"*", 0x20);
+    ASSERT_EQ(L"first.txt", NameOf(breadthFirst));
+    folder.MakeFile(L"made\\late.txt");
+    Names names;
+    for (breadthFirst.Next(); breadthFirst.IsFound(); breadthFirst.Next())
+        names.push_back(NameOf(breadthFirst));
+    EXPECT_EQ((Names{L"sub\\inner.txt"}), names);
+    // A file that is made while the subfolders' files are walked is reported: its folder is listed when it is reached.
+    OrvaDFSFileTree depthFirst;
+    depthFirst.Open(folder.Path().c_str(), L"*", 0x20);
+    folder.MakeFile(L"second.txt");
+    names.clear();
+    for (; depthFirst.IsFound(); depthFirst.Next())
+        names.push_back(NameOf(depthFirst));
+    EXPECT_EQ((Names{L"first.txt", L"made\\late.txt", L"second.txt", L"sub\\inner.txt"}), Sorted(names));
 }
 
 TEST(FileTrees, WalkBelowTheLimitOf260Characters) {
