@@ -22,11 +22,16 @@ int OrvaCopyFile(const wchar_t* source, const wchar_t* destination, int failIfEx
 
 int OrvaDeleteFile(const wchar_t* path) {
     if (IsBlank(path)) return Failed(ERROR_INVALID_NAME);
-    const DWORD attributes = ::GetFileAttributesW(path);
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
-        ::SetFileAttributesW(path, attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
-    }
+    // Most files can be deleted as they are: their attributes are not asked for.
     if (::DeleteFileW(path)) return 0;
+    const DWORD error = ::GetLastError();
+    const DWORD attributes = ::GetFileAttributesW(path);
+    const bool isReadOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    if (isReadOnly && ::SetFileAttributesW(path, attributes & ~DWORD{FILE_ATTRIBUTE_READONLY})) {
+        if (::DeleteFileW(path)) return 0;
+    } else {
+        ::SetLastError(error);
+    }
     // One expects a restore of attributes that were read; they are set even when they could not be. Hosts rely on a
     // failed delete always having tried to put the file back as it was.
     const tarnu::support::LastErrorKeeper keeper;
