@@ -1,7 +1,7 @@
 #include "tarnu/archive/OrvaZip.h"
 
-#include "tarnu/archive/OrvaZipWriter.h"
 #include "tarnu/archive/ZipFilesInternal.h"
+#include "tarnu/archive/ZipWriterInternal.h"
 
 #include <algorithm>
 #include <climits>
@@ -56,15 +56,14 @@ bool Prepare(OrvaZipReader& reader, const CString& archive, const OrvaPath& dest
     return false;
 }
 
-/// Replaces slashes, names the file in the archive and looks at it.
-/// @return its attributes; INVALID_FILE_ATTRIBUTES when it is to be left out
-DWORD LookAt(CString& file, int mode, const CString& base, CString& name) noexcept {
+/// Replaces slashes and names the file in the archive; false when there is no memory for it.
+bool Name(CString& file, int mode, const CString& base, CString& name) noexcept {
     try {
         file.Replace(L'/', L'\\');
         name = NameInArchive(file, mode, base);
-        return ::GetFileAttributesW(AbsoluteSystemPath(file).c_str());
+        return true;
     } catch (const std::bad_alloc&) {
-        return INVALID_FILE_ATTRIBUTES;
+        return false;
     }
 }
 
@@ -114,11 +113,11 @@ int OrvaZipFiles(const CString& archive, const CStringList& files, int mode, con
         CString file = files.GetNext(position);
         CString name;
         ++number;
-        const DWORD attributes = LookAt(file, mode, folder, name);
-        if (attributes == INVALID_FILE_ATTRIBUTES) continue;
-        if (progress) progress(number, count, file);
-        const bool isFile = (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-        if (writer.AddFile(name, file) == OrvaZipSuccess && isFile) ++added;
+        if (!Name(file, mode, folder, name)) continue;
+        bool isDirectory = false;
+        const OrvaZipResult result =
+            ZipWriterAccess::AddExisting(writer, name, file, progress, number, count, isDirectory);
+        if (result == OrvaZipSuccess && !isDirectory) ++added;
     }
     if (writer.GetCount() == 0) return 0; // without Close nothing is left behind
     return writer.Close() == OrvaZipSuccess ? added : 0;

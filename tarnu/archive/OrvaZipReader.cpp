@@ -145,6 +145,9 @@ public:
     OrvaZipResult ReadEntry(void* buffer, std::size_t size, std::size_t& read);
     void CloseEntry() noexcept { m_open = nullptr; }
 
+    /// Room for the data of entries that are extracted.
+    BlockBuffer& Kept() noexcept { return m_kept; }
+
 private:
     struct Record {
         OrvaZipEntry entry;
@@ -198,7 +201,8 @@ private:
     std::uint32_t m_crc = 0;
     std::optional<ZipCipher> m_cipher;
     std::unique_ptr<std::uint8_t[]> m_plain; ///< deciphered input
-    BlockBuffer m_block;                     ///< compressed data of an entry that is decoded at once
+    BlockBuffer m_kept;
+    BlockBuffer m_block; ///< compressed data of an entry that is decoded at once
     BlockInflater m_blockInflater;
     z_stream m_inflate{};
     bool m_inflateReady = false;
@@ -598,7 +602,8 @@ OrvaZipResult OrvaZipReader::ExtractToFile(ULONGLONG index, const wchar_t* path)
         if (entry == nullptr || path == nullptr || *path == L'\0' || entry->isDirectory) return OrvaZipBadArguments;
         const std::wstring target = AbsoluteSystemPath(path);
         if (target.empty()) return OrvaZipNoFile;
-        return ExtractFile(*this, index, *entry, target, [](const wchar_t*, const WIN32_FIND_DATAW&) {});
+        return ExtractFile(
+            *this, index, *entry, target, [](const wchar_t*, const WIN32_FIND_DATAW&) {}, m_core->Kept());
     });
 }
 
@@ -615,8 +620,9 @@ OrvaZipResult OrvaZipReader::ExtractBelow(ULONGLONG index, const wchar_t* folder
         if (path.back() != L'\\' && path.back() != L'/') path += L'\\';
         const std::wstring target = AbsoluteSystemPath((path + relative).c_str());
         if (target.empty()) return OrvaZipNoFile;
-        const OrvaZipResult outcome = entry->isDirectory ? ExtractDirectory(*entry, target)
-                                                         : ExtractFile(*this, index, *entry, target, overwrite);
+        const OrvaZipResult outcome = entry->isDirectory
+                                          ? ExtractDirectory(*entry, target)
+                                          : ExtractFile(*this, index, *entry, target, overwrite, m_core->Kept());
         isWritten = outcome == OrvaZipSuccess;
         return outcome == leftAlone ? OrvaZipSuccess : outcome;
     });

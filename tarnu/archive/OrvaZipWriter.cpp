@@ -4,6 +4,7 @@
 #include "tarnu/archive/ZipFormatInternal.h"
 #include "tarnu/archive/ZipOutputInternal.h"
 #include "tarnu/archive/ZipResultInternal.h"
+#include "tarnu/archive/ZipWriterInternal.h"
 
 #include <algorithm>
 #include <optional>
@@ -103,16 +104,30 @@ std::uint64_t ToField(const FILETIME& time) noexcept {
     return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
-/// Size and times of what a handle stands for.
+FILETIME FromField(const LARGE_INTEGER& time) noexcept {
+    return {time.LowPart, static_cast<DWORD>(time.HighPart)};
+}
+
+/// With backup semantics the same call opens directories, which so get their times, too.
+UniqueFileHandle OpenToRead(const std::wstring& path) noexcept {
+    return UniqueFileHandle(
+        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+}
+
+/// Size and times of what a handle stands for. One call could tell all of it, but would also ask for the volume.
 bool Describe(HANDLE handle, NewEntry& entry) noexcept {
-    BY_HANDLE_FILE_INFORMATION information;
-    if (!::GetFileInformationByHandle(handle, &information)) return false;
-    entry.size = (ULONGLONG{information.nFileSizeHigh} << 32) | information.nFileSizeLow;
-    entry.attributes = information.dwFileAttributes;
-    entry.isDirectory = (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    entry.lastWrite = information.ftLastWriteTime;
-    entry.lastAccess = information.ftLastAccessTime;
-    entry.creation = information.ftCreationTime;
+    FILE_BASIC_INFO information;
+    if (!::GetFileInformationByHandleEx(handle, FileBasicInfo, &information, sizeof information)) return false;
+    entry.attributes = information.FileAttributes;
+    entry.isDirectory = (information.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    entry.lastWrite = FromField(information.LastWriteTime);
+    entry.lastAccess = FromField(information.LastAccessTime);
+    entry.creation = FromField(information.CreationTime);
+    if (entry.isDirectory) return true;
+    LARGE_INTEGER size;
+    if (!::GetFileSizeEx(handle, &size)) return false;
+    entry.size = static_cast<ULONGLONG>(size.QuadPart);
     return true;
 }
 
@@ -138,19 +153,12 @@ public:
     }
     OrvaZipResult Begin(std::size_t maximum) { return m_output.CreateMemory(maximum); }
 
-    OrvaZipResult AddFile(const wchar_t* name, const wchar_t* path) {
-        const std::wstring source = AbsoluteSystemPath(path);
-        // With backup semantics the same call opens directories, which so get their times, too.
-        const UniqueFileHandle file(
-            source.empty()
-                ? INVALID_HANDLE_VALUE
-                : ::CreateFileW(source.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN,
-                                nullptr));
+    /// Adds the file or directory that OpenToRead opened.
+    OrvaZipResult AddOpened(const wchar_t* name, const UniqueFileHandle& file, bool& isDirectory) {
         NewEntry entry;
         if (!file || !Describe(file.Get(), entry)) return OrvaZipNoFile;
-        if (entry.isDirectory) return AddDirectory(name, entry);
-        return AddFromHandle(name, entry, file.Get());
+        isDirectory = entry.isDirectory;
+        return isDirectory ? AddDirectory(name, entry) : AddFromHandle(name, entry, file.Get());
     }
 
     OrvaZipResult AddHandle(const wchar_t* name, HANDLE handle) {
@@ -221,6 +229,7 @@ private:
     ZipOutput m_output;
     std::string m_password;
     std::vector<std::uint8_t> m_directory; ///< the central directory's records so far
+    LocalClock m_clock;
     BlockBuffer m_input;
     BlockBuffer m_block; ///< what a large entry is compressed into
     BlockDeflater m_blockDeflater;
@@ -240,7 +249,7 @@ OrvaZipResult OrvaZipWriter::Core::Add(const wchar_t* name, const NewEntry& entr
     const std::uint16_t method = MethodFor(name, entry.isDirectory);
     const bool isEncrypted = !m_password.empty() && !entry.isDirectory;
     const bool has64 = entry.size >= zip64From;
-    const DosStamp stamp = ToDosStamp(entry.lastWrite);
+    const DosStamp stamp = m_clock.Stamp(entry.lastWrite);
     const auto needs = has64                                                         ? needsZip64
                        : method == methodDeflate || isEncrypted || entry.isDirectory ? needsDeflate
                                                                                      : needsPlain;
@@ -501,8 +510,27 @@ OrvaZipResult AddTo(Core* core, const wchar_t* name, Addition addition) noexcept
 
 OrvaZipResult OrvaZipWriter::AddFile(const wchar_t* name, const wchar_t* path) {
     return AddTo(m_core.get(), name, [&](Core& core) {
-        return path == nullptr || *path == L'\0' ? OrvaZipBadArguments : core.AddFile(name, path);
+        if (path == nullptr || *path == L'\0') return OrvaZipBadArguments;
+        bool isDirectory;
+        return core.AddOpened(name, OpenToRead(AbsoluteSystemPath(path)), isDirectory);
     });
+}
+
+OrvaZipResult ZipWriterAccess::AddExisting(OrvaZipWriter& writer, const wchar_t* name, const wchar_t* path,
+                                           const OrvaZipProgress& progress, UINT number, UINT count,
+                                           bool& isDirectory) {
+    std::wstring source;
+    try {
+        source = AbsoluteSystemPath(path);
+    } catch (const std::bad_alloc&) {
+        return RecordZipResult(OrvaZipNoMemory);
+    }
+    const UniqueFileHandle file = OpenToRead(source);
+    // Most files can be opened. Only for another one the system is asked whether it is there at all.
+    const bool exists = file || ::GetFileAttributesW(source.c_str()) != INVALID_FILE_ATTRIBUTES;
+    if (exists && progress) progress(number, count, path);
+    return AddTo(writer.m_core.get(), name,
+                 [&](OrvaZipWriter::Core& core) { return core.AddOpened(name, file, isDirectory); });
 }
 
 OrvaZipResult OrvaZipWriter::AddMemory(const wchar_t* name, const void* data, std::size_t size,

@@ -9,6 +9,10 @@
 #include <cstddef>
 #include <memory>
 
+namespace tarnu::support {
+struct ZipWriterAccess;
+}
+
 /// Writes one archive, entry by entry. A file archive appears, and takes an older one's place, when it is closed; until
 /// then it stands under a temporary name in the same folder. Without Close nothing is left behind.
 ///
@@ -88,6 +92,8 @@ public:
     OrvaZipResult GetMemory(const void*& data, std::size_t& size);
 
 private:
+    friend struct tarnu::support::ZipWriterAccess;
+
     class Core;
     std::unique_ptr<Core> m_core;
 };

@@ -124,18 +124,29 @@ std::uint16_t MethodFor(std::wstring_view name, bool isDirectory) noexcept {
 
 // Time stamps
 
-DosStamp ToDosStamp(const FILETIME& utc) noexcept {
+DosStamp LocalClock::Stamp(const FILETIME& utc) noexcept {
+    constexpr std::uint64_t ticksPerSecond = 10'000'000;
     constexpr DosStamp first{(1 << 5) | 1, 0};                                         // 1980-01-01 00:00:00
     constexpr DosStamp last{(127 << 9) | (12 << 5) | 31, (23 << 11) | (59 << 5) | 29}; // 2107-12-31 23:59:58
-    SYSTEMTIME universal;
-    SYSTEMTIME local;
-    if (!::FileTimeToSystemTime(&utc, &universal) || !::SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local) ||
-        local.wYear < 1980) {
-        return first;
+    const std::uint64_t seconds = ((std::uint64_t{utc.dwHighDateTime} << 32) | utc.dwLowDateTime) / ticksPerSecond;
+    if (seconds / 60 != m_minute) {
+        m_minute = seconds / 60;
+        SYSTEMTIME universal;
+        SYSTEMTIME local;
+        m_isInside = false;
+        if (!::FileTimeToSystemTime(&utc, &universal) ||
+            !::SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local) || local.wYear < 1980) {
+            m_start = first;
+        } else if (local.wYear > 2107) {
+            m_start = last;
+        } else {
+            m_start = {static_cast<std::uint16_t>(((local.wYear - 1980) << 9) | (local.wMonth << 5) | local.wDay),
+                       static_cast<std::uint16_t>((local.wHour << 11) | (local.wMinute << 5))};
+            m_isInside = true;
+        }
     }
-    if (local.wYear > 2107) return last;
-    return {static_cast<std::uint16_t>(((local.wYear - 1980) << 9) | (local.wMonth << 5) | local.wDay),
-            static_cast<std::uint16_t>((local.wHour << 11) | (local.wMinute << 5) | (local.wSecond / 2))};
+    if (!m_isInside) return m_start;
+    return {m_start.date, static_cast<std::uint16_t>(m_start.time | seconds % 60 / 2)};
 }
 
 FILETIME FromDosStamp(DosStamp stamp) noexcept {

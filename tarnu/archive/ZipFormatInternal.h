@@ -111,8 +111,18 @@ struct DosStamp {
     std::uint16_t date;
     std::uint16_t time;
 };
-/// Local time with a resolution of two seconds, clipped to the years 1980 to 2107.
-DosStamp ToDosStamp(const FILETIME& utc) noexcept;
+/// Makes time stamps. The system is asked for the local time once for a minute; clocks are put forward or back at whole
+/// minutes, and time zones differ by whole minutes.
+class LocalClock {
+public:
+    /// Local time with a resolution of two seconds, clipped to the years 1980 to 2107.
+    DosStamp Stamp(const FILETIME& utc) noexcept;
+
+private:
+    std::uint64_t m_minute = UINT64_MAX; ///< since 1601, UTC, that the following are for
+    DosStamp m_start{};                  ///< of the minute, seconds left out; or the format's first or last time
+    bool m_isInside = false;             ///< the minute lies within the format's years
+};
 /// Zero for a stamp that is no time.
 FILETIME FromDosStamp(DosStamp stamp) noexcept;
 

@@ -2,6 +2,7 @@
 #include "support/TempFolder.h"
 #include "tarnu/archive/OrvaZip.h"
 #include "tarnu/archive/OrvaZipWriter.h"
+#include "tarnu/support/Owners.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+using tarnu::support::UniqueFileHandle;
 using tarnu::test::Exists;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
@@ -147,6 +149,21 @@ TEST(ZipFiles, PacksByRelativeNames) {
     for (wchar_t& character : full)
         character = character == L'\\' ? L'/' : character;
     EXPECT_EQ(full, NamesIn(folder / L"x.zip").front());
+}
+
+TEST(ZipFiles, AnnouncesFilesThatItCannotAdd) {
+    const TempFolder folder;
+    const std::wstring locked = folder.MakeFile(L"locked.txt", "1");
+    const std::wstring good = folder.MakeFile(L"good.txt", "2");
+    const UniqueFileHandle lock(::CreateFileW(locked.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(lock);
+    CStringList files;
+    Fill(files, {locked, folder / L"", L"", good});
+    Names seen;
+    EXPECT_EQ(1, OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L"",
+                              [&seen](UINT, UINT, const wchar_t* name) { seen.emplace_back(name); }));
+    EXPECT_EQ((Names{locked, folder / L"", good}), seen);
+    EXPECT_EQ(Names{L"good.txt"}, NamesIn(folder / L"x.zip"));
 }
 
 TEST(ZipFiles, KeepsBothFilesOfOneName) {

@@ -254,6 +254,42 @@ TEST(ZipWriter, KeepsTimesAndAttributes) {
     EXPECT_EQ(0xFF9F, Get<std::uint16_t>(bytes, bytes.find("late") - 30 + 12));  // 2107-12-31
 }
 
+TEST(ZipWriter, StampsEntriesWithLocalTime) {
+    // Entry by entry as the system converts it, in the order of the times and against it: within a minute, from one to
+    // the next, in summer and winter, and at both ends of the format's years.
+    constexpr std::uint64_t second = 10000000;
+    const std::uint64_t minute = in2024 / (60 * second) * (60 * second);
+    std::vector<std::uint64_t> times;
+    for (const std::uint64_t start : {minute, minute + 180 * 86400 * second, std::uint64_t{119600064000000000},
+                                      std::uint64_t{159993792000000000}}) { // 1980 and 2108 begin
+        for (const std::uint64_t offset : {0, 1, 2, 58, 59, 60, 61, 3599, 3600})
+            times.push_back(start + offset * second + 9999999);
+    }
+    times.insert(times.end(), times.rbegin(), times.rend());
+    OrvaZipWriter writer;
+    ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory());
+    for (const std::uint64_t time : times) {
+        const FILETIME lastWrite = Time(time);
+        ASSERT_EQ(OrvaZipSuccess, writer.AddMemory(L"entry", "", 0, &lastWrite));
+    }
+    const std::string bytes = MemoryOf(writer);
+    std::size_t header = 0;
+    for (const std::uint64_t time : times) {
+        header = bytes.find("PK\x03\x04", header);
+        ASSERT_NE(std::string::npos, header);
+        const FILETIME utc = Time(time);
+        SYSTEMTIME universal, local;
+        ASSERT_TRUE(::FileTimeToSystemTime(&utc, &universal));
+        ASSERT_TRUE(::SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local));
+        unsigned stamp = ((local.wYear - 1980u) << 25) | (local.wMonth << 21u) | (local.wDay << 16u) |
+                         (local.wHour << 11u) | (local.wMinute << 5u) | (local.wSecond / 2u);
+        if (local.wYear < 1980) stamp = 0x00210000;
+        if (local.wYear > 2107) stamp = 0xFF9FBF7D;
+        EXPECT_EQ(stamp, Get<std::uint32_t>(bytes, header + 10)) << time;
+        ++header;
+    }
+}
+
 TEST(ZipWriter, LeavesOutWhatCannotBeRead) {
     const TempFolder folder;
     const std::wstring good = folder.MakeFile(L"good.txt", "good");

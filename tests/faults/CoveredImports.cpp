@@ -107,6 +107,7 @@ void AddFiles(std::vector<SystemCall*>& calls) {
             COVER(GetFileAttributesExW, {FALSE, ERROR_ACCESS_DENIED}),
             COVER(GetFileAttributesW, {INVALID_FILE_ATTRIBUTES, ERROR_ACCESS_DENIED}),
             COVER(GetFileInformationByHandle, {FALSE, ERROR_NOT_SUPPORTED}),
+            COVER(GetFileInformationByHandleEx, {FALSE, ERROR_NOT_SUPPORTED}),
             COVER(GetFileSize, {INVALID_FILE_SIZE, ERROR_INVALID_FUNCTION}),
             COVER(GetFileSizeEx, {FALSE, ERROR_INVALID_FUNCTION}),
             COVER(GetFileTime, {FALSE, ERROR_INVALID_FUNCTION}),
