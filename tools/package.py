@@ -68,9 +68,16 @@ def main():
     if not any((folder / "lib").glob("*TarnuWin32Utils*")):
         fail("the installation lacks the import library")
 
+    documents = folder / "share" / "doc" / "TarnuWin32Utils"
+    for document in documents.rglob("*.md"):
+        text = re.sub(r"```.*?```", "", document.read_text(encoding="utf-8"), flags=re.S)
+        for target in re.findall(r"\]\(([^)\s]+)\)", text):
+            if not re.match(r"[a-z]+:|#", target) and not (document.parent / target.split("#")[0]).exists():
+                fail(f"{document.relative_to(documents)} leads to {target}, which is not installed")
+
     if shutil.which("doxygen"):
         subprocess.run([sys.executable, str(ROOT / "tools" / "docs.py"), str(folder.parent)], check=True, stdout=subprocess.DEVNULL)
-        shutil.copytree(folder.parent / "docs" / "html", folder / "share" / "doc" / "TarnuWin32Utils" / "reference")
+        shutil.copytree(folder.parent / "docs" / "html", documents / "reference")
     else:
         print("package: doxygen is not installed, so the archive has no reference")
 

@@ -22,8 +22,8 @@ class TarnuWin32UtilsConan(ConanFile):
     default_options = {"tools": False, "static_runtime": False}
 
     # What a build takes of the checkout, seen from its root.
-    sources = ("CMakeLists.txt", "LICENSE", "README.md", "CHANGELOG.md", "cmake/*", "debug/*", "docs/*.md", "docs/*.svg",
-               "examples/*", "packaging/THIRD-PARTY.md", "tarnu/*", "tools/orva/*")
+    sources = ("CMakeLists.txt", "LICENSE", "README.md", "CHANGELOG.md", "CONTRIBUTING.md", "cmake/*", "debug/*",
+               "docs/*.md", "docs/*.svg", "examples/*", "packaging/THIRD-PARTY.md", "tarnu/*", "tools/orva/*")
 
     @property
     def _root(self):
