@@ -21,6 +21,9 @@ constexpr DWORD turnMilliseconds = 100;         // a turn through all groups of 
 constexpr DWORD backlogInterval = 50;           // ms between tries to post what the host's full queue refused
 constexpr ULONGLONG directoriesInterval = 2000; // ms between looks at the directories themselves
 
+/// How often in a row a file is looked at in vain, a pause between each: ten seconds.
+constexpr unsigned mostFailedLooks = 20;
+
 /// What one wait for handles and messages takes; one of the 64 places is the message queue's.
 constexpr std::size_t messageGroupSize = MAXIMUM_WAIT_OBJECTS - 1;
 
@@ -114,6 +117,7 @@ void FileEventLoop::DoDueWork() noexcept {
     PostBacklog();
     while (!m_pending.empty() && m_pending.front()->checkDue <= ::GetTickCount64())
         CheckWatch(*m_pending.front());
+    if (m_looksDue != 0 && m_looksDue <= ::GetTickCount64()) LookAgain();
     if (!m_watches.empty() && m_directoriesDue <= ::GetTickCount64()) CheckDirectories();
 }
 
@@ -122,6 +126,7 @@ DWORD FileEventLoop::MillisecondsToDueWork() const noexcept {
     const ULONGLONG now = ::GetTickCount64();
     if (!m_backlog.empty()) due = now + backlogInterval;
     if (!m_pending.empty()) due = std::min(due, m_pending.front()->checkDue);
+    if (m_looksDue != 0) due = std::min(due, m_looksDue);
     if (!m_watches.empty()) due = std::min(due, m_directoriesDue);
     if (due == ~0ull) return INFINITE;
     return due <= now ? 0 : static_cast<DWORD>(std::min<ULONGLONG>(due - now, INFINITE - 1));
@@ -335,7 +340,16 @@ void FileEventLoop::CheckWatch(DirectoryWatch& watch) noexcept {
 
 void FileEventLoop::CheckFile(FileRecord& record) noexcept {
     WIN32_FILE_ATTRIBUTE_DATA now{};
-    if (!::GetFileAttributesExW(record.path, GetFileExInfoStandard, &now)) return;
+    if (!::GetFileAttributesExW(record.path, GetFileExInfoStandard, &now)) {
+        // A file that is gone has nothing to report. Any other failure says nothing about the file, and no further
+        // signal need come: it is looked at again, for some time.
+        const DWORD error = ::GetLastError();
+        const bool isGone = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+        record.failedLooks = isGone || record.failedLooks == mostFailedLooks ? 0 : record.failedLooks + 1;
+        if (record.failedLooks != 0 && m_looksDue == 0) m_looksDue = ::GetTickCount64() + writerPause;
+        return;
+    }
+    record.failedLooks = 0;
     WIN32_FILE_ATTRIBUTE_DATA& seen = record.snapshot;
     // One expects a comparison; these three are reported whenever the directory signalled, and hosts rely on it.
     DWORD mask =
@@ -357,6 +371,15 @@ void FileEventLoop::CheckFile(FileRecord& record) noexcept {
         mask |= FILE_NOTIFY_CHANGE_LAST_ACCESS;
     }
     if (mask != 0) Post(WM_FILE_NOTIFY, mask, record);
+}
+
+void FileEventLoop::LookAgain() noexcept {
+    m_looksDue = 0;
+    for (const auto& [key, watch] : m_directories) {
+        for (FileRecord* record : watch->records) {
+            if (record->failedLooks != 0) CheckFile(*record);
+        }
+    }
 }
 
 // Neither deleting nor renaming a watched directory signals its handle everywhere, and one that took its name is not

@@ -79,6 +79,7 @@ private:
     void SchedulePendingCheck(DirectoryWatch& watch) noexcept;
     void CheckWatch(DirectoryWatch& watch) noexcept;
     void CheckFile(FileRecord& record) noexcept;
+    void LookAgain() noexcept;
     void CheckDirectories() noexcept;
 
     void Post(UINT message, WPARAM wParam, FileRecord& record) noexcept;
@@ -94,6 +95,7 @@ private:
     std::size_t m_nextGroup = 0;
     ULONGLONG m_polledAt = 0;
     ULONGLONG m_directoriesDue = 0;
+    ULONGLONG m_looksDue = 0; ///< when files are looked at again that could not be looked at; 0 for none
 };
 
 } // namespace tarnu

@@ -30,6 +30,7 @@ struct FileRecord {
     std::list<FileRecord*>::iterator position; ///< in the watch's list
     bool skipsPendingCheck = false;            ///< registered after the signal that the check is for
     DWORD unpostedMask = 0;                    ///< changes that wait in the backlog
+    unsigned failedLooks = 0;                  ///< in a row, at a file that is not known to be gone
 };
 
 } // namespace tarnu

@@ -246,7 +246,6 @@ void AddWindows(std::vector<SystemCall*>& calls) {
                            [](HWND window) { Release(Resource::Window, FromWindow(window)); }),
                      COVER(EnumWindows, {FALSE, ERROR_NOT_ENOUGH_MEMORY}),
                      COVER(GetPropW, {nullptr, ERROR_FILE_NOT_FOUND}),
-                     COVER(GetWindowLongPtrW, {0, ERROR_INVALID_WINDOW_HANDLE}),
                      COVER(MessageBoxW, {0, ERROR_NOT_ENOUGH_MEMORY}),
                      COVER(PostMessageW, {FALSE, ERROR_NOT_ENOUGH_QUOTA}),
                      COVER(RegisterClassExW, {0, ERROR_NOT_ENOUGH_MEMORY},
@@ -307,7 +306,8 @@ const std::vector<Excuse>& Excuses() {
         {"answers from what the process knows, always",
          "GetCurrentProcess GetCurrentProcessId GetCurrentThread GetCurrentThreadId GetLocalTime GetSystemInfo "
          "GetSystemTimeAsFileTime GetTickCount GetTickCount64 _time64 clock GetModuleHandleW SysStringLen IsWindow "
-         "IsWindowVisible GetAsyncKeyState GetDriveTypeW GetLastActivePopup GetWindow GetWindowThreadProcessId"},
+         "IsWindowVisible GetAsyncKeyState GetDriveTypeW GetLastActivePopup GetWindow "
+         "GetWindowThreadProcessId GetWindowLongPtrW"},
         {"pauses, or dispatches what waits; has no failure",
          "Sleep SleepEx PeekMessageW DispatchMessageW PostQuitMessage DefWindowProcW CallWindowProcW SendMessageW "
          "OutputDebugStringW CoUninitialize GlobalUnlock RemovePropW VariantInit"},
@@ -328,6 +328,23 @@ const std::vector<Excuse>& Excuses() {
          "_ZT* _ZNSt* _ZNKSt* _ZSt* __cxa_* __dynamic_cast __gxx_* _Unwind_* __emutls_*"},
     };
     return excuses;
+}
+
+const std::vector<Excuse>& Unreached() {
+    static const std::vector<Excuse> unreached = {
+        {"fails in the processes of ProcessFaults",
+         "CreateWindowExW RegisterClassExW WaitForSingleObjectEx _beginthreadex"},
+        {"called once, by a thread that starts; without it a drive without a medium asks the user",
+         "SetThreadErrorMode"},
+        {"called at the end of the process only", "DestroyWindow UnregisterClassW"},
+        {"called only where something else has failed before",
+         "GetExitCodeThread _close GetErrorInfo GetPropW SetPropW"},
+        {"needs a host module beside the library", "FreeLibrary GetProcAddress"},
+        {"needs a link that can be read, which Wine does not make", "CreateSymbolicLinkW"},
+        {"asked once in the life of the process", "GetVersionExW"},
+        {"asked for by the compiler's runtime alone", "calloc"},
+    };
+    return unreached;
 }
 
 } // namespace tarnu::test::faults

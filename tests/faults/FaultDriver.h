@@ -83,9 +83,9 @@ private:
 
 /// How much of a scenario is tried.
 struct Depth {
-    unsigned calls = 4;        ///< of each import: the first ones; the last one is always tried too
-    unsigned inARow = ~0u;     ///< failures of a lasting fault; for operations that rightly try until they succeed
-    unsigned allocations = 24; ///< the first ones; further ones at growing distances
+    unsigned calls = 3;        ///< of each import: the first ones; the last one is always tried too
+    unsigned inARow = ~0u;     ///< failures of a lasting fault: few for operations that rightly try on; 0 for none
+    unsigned allocations = 16; ///< the first ones; further ones at growing distances
     bool countsHeap = false;   ///< also counts the blocks of the process heap, where other modules keep theirs
 };
 

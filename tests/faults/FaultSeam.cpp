@@ -162,8 +162,8 @@ std::string FaultSeam::Describe(unsigned long long since) {
     return text.str();
 }
 
-const char* ExcuseOf(std::string_view name) {
-    for (const Excuse& excuse : Excuses()) {
+const char* ReasonFor(std::string_view name, const std::vector<Excuse>& excuses) {
+    for (const Excuse& excuse : excuses) {
         std::istringstream names(excuse.names);
         for (std::string listed; names >> listed;) {
             const bool matches =

@@ -202,8 +202,10 @@ struct Excuse {
     const char* names; ///< separated by spaces; one that ends in '*' stands for all that begin so
 };
 const std::vector<Excuse>& Excuses();
-/// The reason why an import is not covered; null when there is none.
-const char* ExcuseOf(std::string_view name);
+/// Why a covered import fails in no scenario.
+const std::vector<Excuse>& Unreached();
+/// The reason in a list; null when there is none.
+const char* ReasonFor(std::string_view name, const std::vector<Excuse>& excuses);
 
 } // namespace tarnu::test::faults
 

@@ -222,7 +222,7 @@ TEST(XmlFaults, HelpersForFiles) {
         [](Trial& trial) {
             const std::wstring file = trial.MakeFile(L"there.xml", contents);
             const CString path(file.c_str());
-            const CString fresh((trial / L"fresh.xml").c_str());
+            const CString fresh(trial.MakeFile(L"fresh.xml", contents).c_str());
             const OrvaXmlStringArray instructions = {L"xml", L"version='1.0'"};
             const OrvaXmlStringArray nodes = {L"made", L"a=1"};
             const ComPtr<IXMLDOMDocument> document = RealDocument();

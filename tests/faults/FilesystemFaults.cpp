@@ -1,0 +1,219 @@
+// Faults in watching files and in the folder picker.
+
+#include "faults/FaultDriver.h"
+#include "support/DirectoryLink.h"
+#include "support/Wait.h"
+
+#include "tarnu/files/OrvaTreeOperations.h"
+#include "tarnu/filesystem/OrvaBFSFileTree.h"
+#include "tarnu/filesystem/OrvaBrowseForDirectory.h"
+#include "tarnu/filesystem/OrvaFileEventServer.h"
+#include "tarnu/support/Owners.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <shlobj.h>
+#include <string>
+
+namespace tarnu::test::faults {
+namespace {
+
+class Listener : public OrvaFileEventListener {
+public:
+    void OnSizeChanged(OrvaFileEventCookie) override { ++changes; }
+    void OnError(OrvaFileEventCookie, DWORD error) override {
+        ++errors;
+        EXPECT_NE(error, bogusError);
+    }
+    int changes = 0;
+    int errors = 0;
+};
+
+/// Waits until the worker has done what it was told before: it takes its messages in order, and reports a directory
+/// that does not exist at once.
+/// @return false when the worker could not be told, or said nothing
+bool Settle(const std::wstring& missing, DWORD milliseconds = mustHappen) {
+    Listener listener;
+    OrvaFileEventCookie cookie = nullptr;
+    OrvaFileEventServer* const server = OrvaGetFileEventServer();
+    if (server->RegisterFile(missing.c_str(), FILE_NOTIFY_CHANGE_SIZE, &listener, cookie) != S_OK) return false;
+    const bool hasSettled = PumpUntil([&] { return listener.errors > 0; }, milliseconds);
+    server->UnregisterFile(cookie);
+    PumpMessages();
+    return hasSettled;
+}
+
+TEST(FileEventFaults, RegisteringAndUnregistering) {
+    OrvaFileEventServer* const server = OrvaGetFileEventServer();
+    Inject(
+        [server](Trial& trial) {
+            const std::wstring path = trial.MakeFile(L"watched.txt", "1");
+            Listener listener;
+            OrvaFileEventCookie cookie = nullptr;
+            HRESULT registered = E_FAIL;
+            trial.Operate([&] {
+                registered = server->RegisterFile(path.c_str(), FILE_NOTIFY_CHANGE_SIZE, &listener, cookie);
+                // Told before the fault ends, so that the worker meets it.
+                if (registered == S_OK) Settle(trial / L"none\\none", /*milliseconds=*/1000);
+            });
+            EXPECT_EQ(cookie != nullptr, registered == S_OK);
+            trial.ExpectSuccessUnlessFault(registered == S_OK && listener.errors == 0);
+            trial.Operate([&] {
+                EXPECT_EQ(server->UnregisterFile(cookie), S_OK);
+                Settle(trial / L"none\\none", /*milliseconds=*/1000);
+            });
+            EXPECT_TRUE(Settle(trial / L"none\\none"));
+            // What has failed can be registered again.
+            EXPECT_EQ(server->RegisterFile(path.c_str(), FILE_NOTIFY_CHANGE_SIZE, &listener, cookie), S_OK);
+            listener.errors = 0;
+            EXPECT_TRUE(Settle(trial / L"none\\none"));
+            EXPECT_EQ(listener.errors, 0);
+            EXPECT_EQ(server->UnregisterFile(cookie), S_OK);
+            EXPECT_TRUE(Settle(trial / L"none\\none"));
+        },
+        {.calls = 2, .inARow = 2, .allocations = 12});
+}
+
+TEST(FileEventFaults, AChangeArrivesOrTheWatchIsReportedAsLost) {
+    OrvaFileEventServer* const server = OrvaGetFileEventServer();
+    Inject(
+        [server](Trial& trial) {
+            const std::wstring path = trial.MakeFile(L"watched.txt", "1");
+            Listener listener;
+            OrvaFileEventCookie cookie = nullptr;
+            ASSERT_EQ(server->RegisterFile(path.c_str(), FILE_NOTIFY_CHANGE_SIZE, &listener, cookie), S_OK);
+            EXPECT_TRUE(Settle(trial / L"none\\none"));
+            trial.Operate([&] {
+                WriteFile(path, "longer");
+                EXPECT_TRUE(PumpUntil([&] { return listener.changes + listener.errors > 0; }, 5000))
+                    << "a change is lost";
+            });
+            trial.ExpectSuccessUnlessFault(listener.errors == 0);
+            EXPECT_EQ(server->UnregisterFile(cookie), S_OK);
+            EXPECT_TRUE(Settle(trial / L"none\\none"));
+        },
+        {.calls = 1, .inARow = 0, .allocations = 1});
+}
+
+/// The services of the process are created once: each fault in that has a process of its own, which runs the disabled
+/// test below.
+constexpr wchar_t faultVariable[] = L"TARNU_FAULT";
+
+DWORD RunChild(const std::string& fault) {
+    ::SetEnvironmentVariableW(faultVariable, std::wstring(fault.begin(), fault.end()).c_str());
+    wchar_t program[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    std::wstring command = L"\"" + std::wstring(program) +
+                           L"\" --gtest_also_run_disabled_tests --gtest_brief=1 "
+                           L"--gtest_filter=ProcessFaults.DISABLED_FirstUseOfTheFileEventServer";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    EXPECT_TRUE(::CreateProcessW(nullptr, command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, 0, nullptr,
+                                 nullptr, &startup, &process));
+    const support::UniqueHandle thread(process.hThread);
+    const support::UniqueHandle handle(process.hProcess);
+    if (::WaitForSingleObject(handle.Get(), mustHappen) != WAIT_OBJECT_0) {
+        ::TerminateProcess(handle.Get(), 5);
+        return 5;
+    }
+    DWORD code = 99;
+    ::GetExitCodeProcess(handle.Get(), &code);
+    return code;
+}
+
+TEST(ProcessFaults, FirstUseOfTheFileEventServer) {
+    for (const char* fault : {"none", "RegisterClassExW", "CreateWindowExW", "SetWindowLongPtrW", "CreateEventW",
+                              "_beginthreadex", "ResumeThread", "WaitForSingleObjectEx", "SetEvent", "memory 1",
+                              "memory 2", "memory 8", "memory 17", "memory 18", "memory 19", "memory 20"}) {
+        EXPECT_EQ(RunChild(fault), 0u) << fault;
+    }
+    ::SetEnvironmentVariableW(faultVariable, nullptr);
+}
+
+TEST(ProcessFaults, DISABLED_FirstUseOfTheFileEventServer) {
+    wchar_t text[64] = {};
+    ::GetEnvironmentVariableW(faultVariable, text, 64);
+    const std::wstring fault(text);
+    Plan plan{nullptr, fault.starts_with(L"memory"), 1, 1, /*poisons=*/true};
+    if (plan.allocations) plan.first = plan.last = static_cast<unsigned>(std::wcstoul(text + 6, nullptr, 10));
+    for (const SystemCall* call : CoveredCalls())
+        if (fault == std::wstring(call->name, call->name + std::strlen(call->name))) plan.call = call;
+    ASSERT_TRUE(plan.call != nullptr || plan.allocations || fault == L"none");
+
+    const FaultSeam seam;
+    FaultSeam::Prepare(plan);
+    FaultSeam::Arm();
+    OrvaFileEventServer* const server = OrvaGetFileEventServer();
+    FaultSeam::Disarm();
+    EXPECT_EQ(FaultSeam::HasFailed(), fault != L"none" && !(plan.allocations && FaultSeam::Allocations() < plan.first));
+
+    // The next use gets what the first one could not.
+    const TempFolder folder;
+    EXPECT_TRUE(Settle(folder / L"none\\none"));
+    EXPECT_EQ(server->Stop(), 1);
+    EXPECT_EQ(server->Stop(), 0);
+}
+
+TEST(BrowseFaults, Dialog) {
+    Inject(
+        [](Trial& trial) {
+            const std::wstring start = trial.MakeFolder(L"start");
+            /// Answers the dialog as soon as it has opened.
+            class Picker : public OrvaBrowseForDirectory {
+            public:
+                Picker() : OrvaBrowseForDirectory(&OnEvent) {}
+                static int CALLBACK OnEvent(HWND dialog, UINT event, LPARAM, LPARAM data) {
+                    if (event == BFFM_INITIALIZED) {
+                        ::SendMessageW(dialog, BFFM_SETSELECTIONW, TRUE,
+                                       reinterpret_cast<LPARAM>(reinterpret_cast<Picker*>(data)->start.c_str()));
+                        ::PostMessageW(dialog, WM_COMMAND, IDOK, 0);
+                    }
+                    return 0;
+                }
+                std::wstring start;
+            };
+            CString path(L"untouched");
+            BOOL isChosen = FALSE;
+            trial.Operate([&] {
+                Picker picker;
+                picker.start = start;
+                isChosen = picker.Browse(path, start.c_str(), L"title", nullptr, trial.Folder().c_str());
+            });
+            trial.ExpectSuccessUnlessFault(isChosen != FALSE);
+            EXPECT_EQ(isChosen == FALSE, path == L"untouched");
+            PumpMessages();
+        },
+        {.calls = 2, .allocations = 8});
+}
+
+// Under Wine a link can't be read as one, so that copying and removing it fail, and say so; nothing else may happen.
+TEST(LinkFaults, LinksAreWalkedCopiedAndRemoved) {
+    const TempFolder folder; // one link for all runs: making one leaves handles open under Wine
+    const std::wstring kept = folder.MakeFile(L"target\\kept.txt", "kept");
+    const std::wstring tree = folder.MakeFolder(L"tree");
+    folder.MakeFile(L"tree\\file.txt", "1");
+    const DirectoryLink link(tree + L"\\link", folder / L"target");
+    if (!link.Exists()) GTEST_SKIP() << "no link can be made here";
+    Inject(
+        [&](Trial& trial) {
+            const std::wstring copy = trial / L"copy";
+            int copied = 1;
+            bool removed = false;
+            const bool noMemory = trial.Throws([&] {
+                OrvaBFSFileTree walk;
+                walk.Open(tree.c_str(), L"*", 0x20);
+                copied = OrvaCopyTree(tree.c_str(), copy.c_str());
+                if (DirectoryLink::IsWine()) removed = OrvaRemoveTree((tree + L"\\link").c_str()) == 0;
+            });
+            EXPECT_TRUE(!noMemory || trial.HasFault());
+            EXPECT_TRUE(copied != 0 || Exists(copy + L"\\file.txt"));
+            EXPECT_EQ(removed, !link.Exists());
+            EXPECT_EQ(ReadFile(kept), "kept");
+        },
+        {.calls = 2, .allocations = 2});
+}
+
+} // namespace
+} // namespace tarnu::test::faults
