@@ -2,6 +2,7 @@
 """Runs the benchmarks under Wine and compares: one table and one plot per subject.
 
 usage: bench.py BUILD-FOLDER [SUBJECT…]
+       bench.py BUILD-FOLDER --document      puts the last tables into docs/performance.md, without measuring
 
 A subject is the name of a source in bench/, or a part of it, in any case. The tables are printed; the same text, the
 samples as JSON and a plot as SVG go to BUILD-FOLDER/bench-results/. The environment is the one that ./run prepares.
@@ -10,6 +11,7 @@ import html
 import json
 import math
 import pathlib
+import re
 import statistics
 import subprocess
 import sys
@@ -163,12 +165,27 @@ def plot(subject):
         *lines, *shapes, "</svg>"]) + "\n"
 
 
+def document(results):
+    """Replaces the tables in the document, each in a block that names its subject, by those of the last measuring."""
+    path = ROOT / "docs" / "performance.md"
+
+    def block(match):
+        table_file = results / f"{match[2]}.txt"
+        return match[1] + (table_file.read_text() if table_file.exists() else match[3]) + "```"
+
+    text = path.read_text(encoding="utf-8")
+    path.write_text(re.sub(r"(```text (\w+)\n)(.*?)```", block, text, flags=re.S), encoding="utf-8")
+
+
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
     build = pathlib.Path(sys.argv[1]).resolve()
     results = build / "bench-results"
     results.mkdir(parents=True, exist_ok=True)
+    if sys.argv[2:] == ["--document"]:
+        document(results)
+        return
     for name in choose(sys.argv[2:]):
         subject = measure(build / "release" / "bin" / f"bench_{name}.exe", results / f"{name}.json")
         for case in subject["cases"]:
