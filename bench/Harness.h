@@ -3,12 +3,15 @@
 #ifndef TARNU_BENCH_HARNESS_H
 #define TARNU_BENCH_HARNESS_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
 #include <list>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 #include <windows.h>
@@ -180,38 +183,49 @@ private:
         std::function<Work(std::uint64_t)> make;
     };
 
-    /// To the last core that the process may use: the first ones serve most interrupts.
-    static void PinToOneCore() {
+    /// The cores that the process may use, a bit each.
+    static DWORD_PTR Cores() {
         DWORD_PTR allowed = 0, system = 0;
-        if (!::GetProcessAffinityMask(::GetCurrentProcess(), &allowed, &system) || allowed == 0) return;
-        DWORD_PTR core = allowed;
+        return ::GetProcessAffinityMask(::GetCurrentProcess(), &allowed, &system) ? allowed : 0;
+    }
+
+    /// To the last core: the first ones serve most interrupts.
+    static void PinToOneCore() {
+        DWORD_PTR core = Cores();
+        if (core == 0) return;
         while ((core & (core - 1)) != 0)
             core &= core - 1;
         ::SetThreadAffinityMask(::GetCurrentThread(), core);
     }
 
-    static PROCESS_MEMORY_COUNTERS Memory() {
+    static SIZE_T WorkingSet() {
         PROCESS_MEMORY_COUNTERS counters{};
         counters.cb = sizeof counters;
         ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
-        return counters;
+        return counters.WorkingSetSize;
     }
 
-    /// Under Wine the kernel forgets the highest memory use so far when it is asked to; elsewhere there is no such
-    /// file.
-    static void ForgetPeak() {
-        if (std::FILE* const file = std::fopen("Z:\\proc\\self\\clear_refs", "w")) {
-            std::fputs("5", file);
-            std::fclose(file);
-        }
+    /// What the work adds to the working set at its highest, as another thread sees it.
+    static SIZE_T MeasureMemory(const Work& work) {
+        const SIZE_T before = WorkingSet();
+        SIZE_T highest = before;
+        std::jthread watch([&highest](const std::stop_token& stop) {
+            ::SetThreadAffinityMask(::GetCurrentThread(), Cores()); // not on the core of the work
+            while (!stop.stop_requested())
+                highest = std::max(highest, WorkingSet());
+        });
+        work();
+        watch.request_stop();
+        watch.join();
+        return highest - before;
     }
 
     static void Grow(const Growth& growth) {
         std::printf("{\"name\": \"%s\", \"unit\": \"%s\", \"points\": [", growth.name.c_str(), growth.unit.c_str());
         for (const std::uint64_t factor : {1, 10, 100}) {
             const Work work = growth.make(growth.size * factor);
-            ForgetPeak();
-            const PROCESS_MEMORY_COUNTERS before = Memory();
+            // First: the heap keeps what it got from the system, and would hide it later.
+            const SIZE_T bytes = MeasureMemory(work);
             double best = 0;
             for (int turn = 0; turn < 3; ++turn) {
                 const double start = Now();
@@ -219,9 +233,6 @@ private:
                 const double seconds = Now() - start;
                 if (turn == 0 || seconds < best) best = seconds;
             }
-            // The peak of the whole process: this size's when it has risen, below an earlier one and unknown otherwise.
-            const SIZE_T peak = Memory().PeakWorkingSetSize;
-            const SIZE_T bytes = peak > before.PeakWorkingSetSize ? peak - before.WorkingSetSize : 0;
             std::printf("%s{\"size\": %llu, \"seconds\": %.9g, \"bytes\": %llu}", factor > 1 ? ", " : "",
                         static_cast<unsigned long long>(growth.size * factor), best,
                         static_cast<unsigned long long>(bytes));

@@ -136,7 +136,6 @@ int main() {
                   });
                   return few.size();
               })
-        .Goal(1.15)
         .Rounds(7);
     subject.AddGrowth("sorting", "name", 10'000, [&](std::uint64_t count) -> Work {
         const Names some(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(count));
