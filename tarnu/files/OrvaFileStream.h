@@ -69,21 +69,34 @@ public:
     /// @return S_OK, or E_FAIL for an error or a stream for reading.
     HRESULT STDMETHODCALLTYPE Write(const void* buffer, ULONG size, ULONG* bytesWritten) noexcept override;
 
-    // IStream: all E_FAIL
+    // IStream: all E_FAIL, whatever the arguments
 
-    /// @{
-    /// Not supported. @return E_FAIL
+    /// Not supported.
+    /// @param move,origin  not looked at
+    /// @param position     untouched; may be null
+    /// @return E_FAIL
     HRESULT STDMETHODCALLTYPE Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) noexcept override;
+    /// Not supported. @param size not looked at @return E_FAIL
     HRESULT STDMETHODCALLTYPE SetSize(ULARGE_INTEGER size) noexcept override;
+    /// Not supported.
+    /// @param target,size             not looked at; nothing is written
+    /// @param bytesRead,bytesWritten  untouched; may be null
+    /// @return E_FAIL
     HRESULT STDMETHODCALLTYPE CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE_INTEGER* bytesRead,
                                      ULARGE_INTEGER* bytesWritten) noexcept override;
+    /// Not supported; what is written goes to the file at once. @param flags not looked at @return E_FAIL
     HRESULT STDMETHODCALLTYPE Commit(DWORD flags) noexcept override;
+    /// Not supported. @return E_FAIL
     HRESULT STDMETHODCALLTYPE Revert() noexcept override;
+    /// @{
+    /// Not supported. @param offset,size,type not looked at @return E_FAIL
     HRESULT STDMETHODCALLTYPE LockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type) noexcept override;
     HRESULT STDMETHODCALLTYPE UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type) noexcept override;
-    HRESULT STDMETHODCALLTYPE Stat(STATSTG* statistics, DWORD flags) noexcept override;
-    HRESULT STDMETHODCALLTYPE Clone(IStream** copy) noexcept override;
     /// @}
+    /// Not supported. @param statistics untouched @param flags not looked at @return E_FAIL
+    HRESULT STDMETHODCALLTYPE Stat(STATSTG* statistics, DWORD flags) noexcept override;
+    /// Not supported. @param copy untouched: not even set to null @return E_FAIL
+    HRESULT STDMETHODCALLTYPE Clone(IStream** copy) noexcept override;
 
 private:
     ~OrvaFileStream(); // Release is the only way to it

@@ -19,29 +19,61 @@
 
 // FILETIME (100 ns since 1601, UTC) and __time64_t (seconds since 1970, UTC)
 
-/// Exact seconds, rounded down. @return false when out of range
+/// The seconds of an instant, rounded down.
+/// @param fileTime  the instant
+/// @param time      receives the seconds since 1970
+/// @return false when out of range
 TARNU_API bool OrvaFileTimeToTime(const FILETIME& fileTime, __time64_t& time) noexcept;
+/// The instant of a count of seconds.
+/// @param time      seconds since 1970
+/// @param fileTime  receives the instant
 /// @return false when out of range
 TARNU_API bool OrvaTimeToFileTime(__time64_t time, FILETIME& fileTime) noexcept;
 
 // UTC fields
 
-/// @{
-/// Between an instant and the fields of UTC. @return false when out of range
+/// The fields of an instant.
+/// @param fileTime  the instant
+/// @param utc       receives date and time of day in UTC
+/// @return false when out of range
 TARNU_API bool OrvaFileTimeToUtc(const FILETIME& fileTime, SYSTEMTIME& utc) noexcept;
+/// The instant that fields name.
+/// @param utc       date and time of day in UTC
+/// @param fileTime  receives the instant
+/// @return false when out of range
 TARNU_API bool OrvaUtcToFileTime(const SYSTEMTIME& utc, FILETIME& fileTime) noexcept;
+/// The fields of a count of seconds.
+/// @param time  seconds since 1970
+/// @param utc   receives date and time of day in UTC, with 0 milliseconds
+/// @return false when out of range
 TARNU_API bool OrvaTimeToUtc(__time64_t time, SYSTEMTIME& utc) noexcept;
+/// The seconds that fields name, rounded down.
+/// @param utc   date and time of day in UTC
+/// @param time  receives the seconds since 1970
+/// @return false when out of range
 TARNU_API bool OrvaUtcToTime(const SYSTEMTIME& utc, __time64_t& time) noexcept;
-/// @}
 
 // Local fields
 
-/// @{
-/// Between an instant and the fields of local time. @return false when out of range
+/// The local fields of an instant.
+/// @param fileTime  the instant
+/// @param local     receives date and time of day in local time
+/// @return false when out of range, or when the system does not tell the rule of that year
 TARNU_API bool OrvaFileTimeToLocal(const FILETIME& fileTime, SYSTEMTIME& local) noexcept;
+/// The instant that local fields name.
+/// @param local     date and time of day in local time
+/// @param fileTime  receives the instant
+/// @return false when out of range, or when the system does not tell the rule of that year
 TARNU_API bool OrvaLocalToFileTime(const SYSTEMTIME& local, FILETIME& fileTime) noexcept;
+/// The local fields of a count of seconds.
+/// @param time   seconds since 1970
+/// @param local  receives date and time of day in local time, with 0 milliseconds
+/// @return false when out of range, or when the system does not tell the rule of that year
 TARNU_API bool OrvaTimeToLocal(__time64_t time, SYSTEMTIME& local) noexcept;
+/// The seconds that local fields name, rounded down.
+/// @param local  date and time of day in local time
+/// @param time   receives the seconds since 1970
+/// @return false when out of range, or when the system does not tell the rule of that year
 TARNU_API bool OrvaLocalToTime(const SYSTEMTIME& local, __time64_t& time) noexcept;
-/// @}
 
 #endif // TARNU_FILES_ORVAFILETIMES_H

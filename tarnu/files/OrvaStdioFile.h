@@ -27,7 +27,8 @@ public:
     OrvaStdioFile(OrvaPath path, bool addTimeStamp, bool overwrite, int writeHeader);
     ~OrvaStdioFile() override;
 
-    /// True when the constructor has opened the file.
+    /// Whether there is a file to write to.
+    /// @return false for an object that was made with an empty path
     bool IsOpened() const noexcept { return m_opened != FALSE; }
 
 private:

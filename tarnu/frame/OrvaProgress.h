@@ -57,9 +57,11 @@ extern TARNU_API DWORD OrvaSecondaryProgressPollTime;      ///< GetTickCount of 
 TARNU_API void OrvaSetProgressCallback(OrvaProgressHandler callback);
 
 /// Sets the enabled flag when a handler is installed; leaves it alone otherwise.
+/// @param enabled whether guarded operations reach the handler from now on
 TARNU_API void OrvaSetProgressEnabled(bool enabled) noexcept;
 
-/// The enabled flag.
+/// The enabled flag, OrvaProgressEnabled.
+/// @return whether guarded operations reach the handler
 TARNU_API bool OrvaIsProgressEnabled() noexcept;
 
 // Primary level. Everything but the poll and update operations does nothing while the meter is disabled.
@@ -69,10 +71,12 @@ TARNU_API bool OrvaIsProgressEnabled() noexcept;
 /// @param value handed to the handler; its meaning is between caller and host
 /// @param count number of steps
 TARNU_API void OrvaBeginProgress(const wchar_t* text, int value, int count);
-/// OrvaBeginProgress(text, value, 1).
+/// Starts an operation of one step.
+/// @param text,value as for the other OrvaBeginProgress
 TARNU_API void OrvaBeginProgress(const wchar_t* text, int value);
 
 /// Stores and reports the position.
+/// @param position steps done; not checked against the range
 TARNU_API void OrvaSetProgressPosition(int position);
 
 /// Asks the host whether to go on. Calls the handler whether or not the meter is enabled: only for use while a handler
@@ -89,31 +93,41 @@ TARNU_API bool OrvaUpdateProgress();
 TARNU_API void OrvaEndProgress();
 
 /// Hands a text to the handler together with the primary position.
+/// @param text handed on as it is, null too
 TARNU_API void OrvaProgressText(const wchar_t* text);
 /// Hands a message to the handler.
+/// @param text handed on as it is, null too
 TARNU_API void OrvaProgressMessage(const wchar_t* text);
 
 // Secondary level: as the primary one, with its own position and times and the same range.
 
-/// Starts a step of the running operation; see OrvaBeginProgress.
+/// Starts a step of the running operation: the secondary position becomes 0, the shared range @p count (1 when that
+/// is 0).
+/// @param text,value,count as for OrvaBeginProgress
 TARNU_API void OrvaBeginSecondaryProgress(const wchar_t* text, int value, int count);
-/// OrvaBeginSecondaryProgress(text, value, 1).
+/// Starts a step that is not divided further: a count of 1.
+/// @param text,value as for OrvaBeginProgress
 TARNU_API void OrvaBeginSecondaryProgress(const wchar_t* text, int value);
 
 /// Stores and reports the secondary position.
+/// @param position steps done; not checked against the range
 TARNU_API void OrvaSetSecondaryProgressPosition(int position);
 
 /// As OrvaPollProgress, stamping the secondary poll time.
+/// @return true when the host asks the operation to stop
 TARNU_API bool OrvaPollSecondaryProgress();
 
 /// As OrvaUpdateProgress, for the secondary position.
+/// @return true when the host asks the operation to stop
 TARNU_API bool OrvaUpdateSecondaryProgress();
 
 // Texts
 
 /// Hands a note to the handler.
+/// @param text handed on as it is, null too
 TARNU_API void OrvaProgressNote(const wchar_t* text);
 /// Hands a status text to the handler.
+/// @param text handed on as it is, null too
 TARNU_API void OrvaProgressStatus(const wchar_t* text);
 
 #endif // TARNU_FRAME_ORVAPROGRESS_H

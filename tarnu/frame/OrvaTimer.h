@@ -23,7 +23,8 @@ public:
     OrvaTimer(const CString& path, int addTimeStamp, int overwrite);
     ~OrvaTimer() override;
 
-    /// Reads the clock. Returns the timer.
+    /// Reads the clock.
+    /// @return the timer
     OrvaTimer& Start() noexcept;
     /// Adds the span since the latest start. The clock goes on: a second stop adds the whole span since the same start
     /// again.
@@ -35,7 +36,10 @@ public:
     /// @param reset sets the accumulated time back to 0
     /// @return the text
     CString GetElapsedText(bool reset);
-    /// "\nTimer in LABEL: 1.250 sec\n".
+    /// GetElapsedText in a line of its own.
+    /// @param label what was timed
+    /// @param reset sets the accumulated time back to 0
+    /// @return "\nTimer in LABEL: 1.250 sec\n"
     CString GetReport(const CString& label, bool reset);
 
     /// Writes GetElapsedText to the report file. Without an open file it does nothing, @p reset included.

@@ -87,8 +87,10 @@ public:
     }
 
     /// The steps that are done.
+    /// @return what the latest Step or SetPosition made of it, reported or not
     int GetPosition() const noexcept { return m_position; }
-    /// True once the host has asked to stop.
+    /// Whether the host has asked to stop.
+    /// @return true from then on; a host that changes its mind is not asked again
     bool IsStopped() const noexcept { return m_isStopped; }
     /// How long the rest takes if it goes on as it did so far.
     /// @return milliseconds; nothing before the first step

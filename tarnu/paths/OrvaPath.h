@@ -59,30 +59,46 @@ public:
 
     /// The empty path with separator "\\".
     OrvaPath() noexcept;
-    /// A copy of a text (null is empty), with the options applied.
+    /// A copy of a text, with the options applied.
+    /// @param text  up to its terminator; null is empty
+    /// @param flags Options, combined
     /// @{
     OrvaPath(const wchar_t* text, unsigned flags = BackslashSeparator);      // NOLINT: implicit on purpose
     OrvaPath(const CString& text, unsigned flags = BackslashSeparator);      // NOLINT: implicit on purpose
     OrvaPath(const std::wstring& text, unsigned flags = BackslashSeparator); // NOLINT: implicit on purpose
     /// @}
-    /// A copy of a path with the options applied; the separator is the one that the flags select.
+    /// A copy of a path with the options applied.
+    /// @param other its text is taken, its separator is not
+    /// @param flags Options, combined; they select the separator
     OrvaPath(const OrvaPath& other, unsigned flags);
     /// SetToLocation on an empty path, then the options.
+    /// @param kind  a place; one that the system can't tell counts as empty
+    /// @param flags Options, combined
     explicit OrvaPath(Location kind, unsigned flags = BackslashSeparator);
     /// The same for a kind that is kept as a number, as SetToLocation takes it. Only an int is one: a NULL is a text.
+    /// @param kind  a value of Location; another one counts as empty
+    /// @param flags Options, combined
     template <std::same_as<int> Kind>
     explicit OrvaPath(Kind kind, unsigned flags = BackslashSeparator) : OrvaPath(static_cast<Location>(kind), flags) {}
     /// Copies text and separator.
+    /// @param other stays as it is
     OrvaPath(const OrvaPath& other) = default;
     /// Takes over text and separator.
+    /// @param other may be assigned to and destroyed afterwards, nothing else
     OrvaPath(OrvaPath&& other) noexcept = default;
     ~OrvaPath() = default;
 
     /// Copies text and separator.
+    /// @param other stays as it is
+    /// @return this path
     OrvaPath& operator=(const OrvaPath& other) = default;
     /// Takes over text and separator.
+    /// @param other may be assigned to and destroyed afterwards, nothing else
+    /// @return this path
     OrvaPath& operator=(OrvaPath&& other) noexcept = default;
-    /// Replaces the text and keeps the separator. The text may be part of this path.
+    /// Replaces the text and keeps the separator.
+    /// @param text up to its terminator, null is empty; may be part of this path
+    /// @return this path
     /// @{
     OrvaPath& operator=(const wchar_t* text);
     OrvaPath& operator=(const CString& text);
@@ -90,6 +106,7 @@ public:
     /// @}
 
     /// Sets the separator, then changes the case, the trailing separator and the form of the text as the flags say.
+    /// @param flags Options, combined
     void ApplyOptions(unsigned flags);
 
     // Reading
@@ -100,10 +117,13 @@ public:
     /// wants to be told: write GetText.
     operator const CString&() const noexcept { return m_text; } // NOLINT: implicit on purpose
     /// The text as a string object.
+    /// @return the path's own text, valid until the path is changed or destroyed
     const CString& GetText() const noexcept { return m_text; }
-    /// The one-character separator text, "\\" or "/".
+    /// The separator that the path writes.
+    /// @return a text of one character, "\\" or "/"; a constant, never null
     const wchar_t* GetSeparator() const noexcept { return m_separator; }
-    /// True when the text is empty up to its terminator.
+    /// Whether the path has no text.
+    /// @return true when it is empty up to its terminator; the separator does not count
     bool IsEmpty() const noexcept { return *m_text.GetString() == L'\0'; }
     explicit operator bool() const = delete; // a path is no condition: ask IsEmpty or Exists
 
@@ -112,6 +132,8 @@ public:
     /// @return negative, 0 or positive
     int Compare(const wchar_t* other) const noexcept;
     /// Compares as the file system does: without regard to case, and "/" like "\\". No file is looked at.
+    /// @param other a terminated text
+    /// @return negative, 0 or positive
     int CompareNoCase(const wchar_t* other) const noexcept;
 
     // Form
@@ -127,9 +149,11 @@ public:
     void NormalizeSlash();
     /// Sets the separator to "\\" and normalises.
     void NormalizeBackslash();
-    /// True when the text begins with two separators, of whichever kind.
+    /// Whether the text begins with two separators, of whichever kind.
+    /// @return true also when no server and share follow
     bool IsUNC() const noexcept;
-    /// True when the last character is a separator; false for the empty path.
+    /// Whether the last character is a separator, of whichever kind.
+    /// @return false for the empty path
     bool HasTrailingSeparator() const noexcept;
     /// Appends the separator unless there is one. The empty path becomes the separator alone.
     void AddTrailingSeparator();
@@ -144,10 +168,10 @@ public:
 
     /// This path with @p right appended, both normalised with this path's separator and one separator between them.
     /// Leading separators of @p right are dropped. An empty left gives the right part, an empty right the left part. A
-    /// @param right the part to append; null counts as empty
     /// drive in @p right gets no special treatment.
-    /// @{
+    /// @param right the part to append; null counts as empty
     /// @return the joined path
+    /// @{
     OrvaPath Join(const OrvaPath& right) const;
     OrvaPath Join(const CString& right) const;
     OrvaPath Join(const wchar_t* right) const;
@@ -174,8 +198,10 @@ public:
     /// @param drive,directory,name,extension receive the parts; emptied where there is none
     void SplitPathRaw(OrvaPath& drive, OrvaPath& directory, OrvaPath& name, OrvaPath& extension) const;
     /// As SplitPathRaw, with server and share of a UNC path as the drive: `\\server\share\`, `dir\`, `name`, `.ext`.
+    /// @param drive,directory,name,extension receive the parts; emptied where there is none
     void SplitPath(OrvaPath& drive, OrvaPath& directory, OrvaPath& name, OrvaPath& extension) const;
-    /// Single parts as SplitPath gives them.
+    /// A single part as SplitPath gives it.
+    /// @return the part with this path's separator; empty where there is none
     /// @{
     OrvaPath GetDrive() const;
     OrvaPath GetDirectory() const;
@@ -186,24 +212,28 @@ public:
     /// @return for a path relative to a drive's current directory (`C:dir\x`) again one
     OrvaPath GetDriveAndDirectory() const;
     /// Name and extension: `name.ext`.
+    /// @return empty for a path that ends in a separator
     OrvaPath GetNameAndExtension() const;
     /// Replaces the extension and normalises. The point before @p extension is optional; an empty or null one leaves
     /// the name ending in ".".
     /// @param extension `txt` or `.txt`
     void ChangeExtension(const wchar_t* extension);
-    /// Fills @p components, emptied first, with the drive (or server and share), each directory, and the name with its
-    /// extension, as far as there are such.
+    /// The drive (or server and share), each directory, and the name with its extension, as far as there are such.
+    /// @param components emptied, then filled
     void GetComponents(CStringList& components) const;
 
     // The file behind the path
 
-    /// True when a file or directory of this path exists.
+    /// Whether a file or directory of this path exists.
+    /// @return false also when it can't be reached
     bool Exists() const;
     /// The runtime's _waccess.
     /// @param mode 0 existence, 2 writing, 4 reading, 6 both
     /// @return 0 when permitted; otherwise -1 with errno set, EINVAL for another mode
     int Access(int mode) const;
     /// OrvaGetFileAttributeData of this path.
+    /// @param data receives attributes, times and size
+    /// @return true when every field was filled; false for every directory, see there
     bool GetAttributeData(OrvaFileAttributeData& data) const;
 
     // Relative and absolute paths
@@ -236,8 +266,10 @@ public:
     // Plain strings
 
     /// Appends "\\" unless the text ends in one; an empty text becomes "\\".
+    /// @param text in and out; a trailing "/" does not count
     static void AddBackslash(CString& text);
     /// Removes every trailing "\\".
+    /// @param text in and out; a trailing "/" stays, and so does what is before it
     static void RemoveBackslash(CString& text);
 
     // Well-known places. Each returns true on success; on failure the text is as it was unless stated.
@@ -279,6 +311,8 @@ private:
 
 /// @{
 /// Compares the texts, as OrvaPath::Compare.
+/// @param left,right texts; null is empty
+/// @return whether they are the same
 inline bool operator==(const OrvaPath& left, const OrvaPath& right) noexcept {
     return left.Compare(right) == 0;
 }
@@ -291,6 +325,8 @@ inline bool operator==(const OrvaPath& left, const wchar_t* right) noexcept {
 /// @}
 /// @{
 /// Orders by the texts, as OrvaPath::Compare.
+/// @param left,right texts; null is empty
+/// @return less, equal or greater
 inline std::strong_ordering operator<=>(const OrvaPath& left, const OrvaPath& right) noexcept {
     return left.Compare(right) <=> 0;
 }

@@ -35,9 +35,13 @@ TARNU_API bool OrvaNextToken(const wchar_t*& cursor, const wchar_t* delimiters, 
 TARNU_API CString OrvaPopToken(const CString& separator, CString& list);
 
 /// OrvaPopToken with the separator `,`.
+/// @param list in: the list; out: what follows the comma, or nothing when there was none
+/// @return the token
 TARNU_API CString OrvaPopCommaToken(CString& list);
 
 /// OrvaPopToken with the separator of one blank.
+/// @param list in: the list; out: what follows the blank, or nothing when there was none
+/// @return the token
 TARNU_API CString OrvaPopSpaceToken(CString& list);
 
 /// Appends the trimmed, non-empty items of a comma list.
@@ -61,9 +65,13 @@ TARNU_API void OrvaPlaceToken(const CString& value, const CString& separator, in
 // Case
 
 /// The text in upper case (CharUpperBuffW).
+/// @param text any text
+/// @return the changed copy, of the same length
 TARNU_API CString OrvaToUpper(const CString& text);
 
 /// The text in lower case (CharLowerBuffW).
+/// @param text any text
+/// @return the changed copy, of the same length
 TARNU_API CString OrvaToLower(const CString& text);
 
 /// The text with a capital at its start and behind every digit and white space, small letters elsewhere.
@@ -91,13 +99,16 @@ TARNU_API CString OrvaFormatDouble(double value, int decimals);
 /// number too far below zero (`-1e999`) gives -HUGE_VAL and true
 TARNU_API bool OrvaParseDouble(const CString& text, double& value);
 
-/// True when the text is not empty and consists of zeros and points only. `0.000` is one, but also `.`.
+/// Whether a text consists of zeros and points only. `0.000` does, but so does `.`.
+/// @param text any text; a sign, a comma or a blank in it gives false
+/// @return whether it does; false for the empty text
 TARNU_API bool OrvaIsZeroText(const CString& text);
 
 /// True when every character is a digit from 0 to 9, a minus or a point, in whatever order.
 ///
 /// So it is for the empty text and for `-.-`.
-/// @param text null gives false
+/// @param text a terminated text, or null
+/// @return false for null
 TARNU_API bool OrvaIsNumber(const wchar_t* text);
 
 // Labels, quoting, escaping
@@ -137,17 +148,25 @@ TARNU_API CString OrvaEscapeEach(const CString& target, const CString& escape, c
 TARNU_API int OrvaNaturalCompare(const wchar_t* a, const wchar_t* b);
 
 /// OrvaNaturalCompare without regard to case.
+/// @param a,b terminated texts; null counts as the empty text
+/// @return less than, equal to or greater than 0; only the sign means anything
 TARNU_API int OrvaNaturalCompareNoCase(const wchar_t* a, const wchar_t* b);
 
 // Error texts and identifiers
 
-/// The system's message text for an error code or HRESULT, its trailing line break kept; empty when there is none.
+/// The system's message text for an error code.
+/// @param code a Win32 error code or an HRESULT
+/// @return the text with the line break that the system ends it in; empty when the system has none for the code
 TARNU_API CString OrvaGetSystemErrorText(DWORD code);
 
-/// The description that a COM error carries; when it carries none, the system's text for its HRESULT.
+/// The text of a COM error.
+/// @param error borrowed for the call
+/// @return the description that it carries; when it carries none, OrvaGetSystemErrorText of its HRESULT
 TARNU_API CString OrvaGetComErrorText(const _com_error& error);
 
-/// A GUID in registry form: `{00000000-0000-0000-C000-000000000046}`. Empty on failure.
+/// A GUID in registry form: `{00000000-0000-0000-C000-000000000046}`.
+/// @param id any GUID
+/// @return the text; empty when the system has no memory for it
 TARNU_API CString OrvaGuidToString(REFCLSID id);
 
 /// Shows the system's text for an error code in a box without owner and caption, with OK and Cancel (DllMessageBox).

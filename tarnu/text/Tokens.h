@@ -25,19 +25,27 @@ public:
         using iterator_concept = std::input_iterator_tag;
         using value_type = CString;
         using difference_type = std::ptrdiff_t;
+        /// @}
 
+        /// Stands on the first token.
+        /// @param cursor      where the text goes on; borrowed, null has no tokens
+        /// @param delimiters  borrowed
         Iterator(const wchar_t* cursor, const wchar_t* delimiters) : m_cursor(cursor), m_delimiters(delimiters) {
             ++*this;
         }
+        /// @return the token, until the iterator moves; empty at the end
         const CString& operator*() const noexcept { return m_token; }
+        /// @return the token, until the iterator moves; empty at the end
         const CString* operator->() const noexcept { return &m_token; }
+        /// Goes on to the next token. @return this iterator
         Iterator& operator++() {
             m_isFound = OrvaNextToken(m_cursor, m_delimiters, m_token);
             return *this;
         }
+        /// Goes on to the next token.
         void operator++(int) { ++*this; }
+        /// @return whether the text has no more tokens
         bool operator==(std::default_sentinel_t) const noexcept { return !m_isFound; }
-        /// @}
 
     private:
         const wchar_t* m_cursor;
@@ -50,9 +58,9 @@ public:
     /// @param delimiters  the set of characters that stand between tokens; null or empty takes the whole text
     Tokens(const wchar_t* text, const wchar_t* delimiters) noexcept : m_text(text), m_delimiters(delimiters) {}
 
-    /// The first token.
+    /// @return an iterator on the first token
     Iterator begin() const { return {m_text, m_delimiters}; }
-    /// The end of the text.
+    /// @return what an iterator equals once there are no more tokens
     std::default_sentinel_t end() const noexcept { return {}; }
 
 private:
