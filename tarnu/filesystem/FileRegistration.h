@@ -25,9 +25,12 @@ public:
     FileRegistration(const wchar_t* path, DWORD filter, OrvaFileEventListener& listener)
         : m_result(OrvaGetFileEventServer()->RegisterFile(path, filter, &listener, m_cookie)) {}
     /// Takes a registration over.
+    /// @param other has none afterwards
     FileRegistration(FileRegistration&& other) noexcept
         : m_cookie(std::exchange(other.m_cookie, nullptr)), m_result(std::exchange(other.m_result, E_FAIL)) {}
     /// Ends its own registration and takes another one over.
+    /// @param other has none afterwards
+    /// @return this object
     FileRegistration& operator=(FileRegistration&& other) noexcept {
         if (this != &other) {
             Reset();
@@ -43,9 +46,11 @@ public:
         if (m_cookie != nullptr) OrvaGetFileEventServer()->UnregisterFile(std::exchange(m_cookie, nullptr));
         m_result = E_FAIL;
     }
-    /// What the server answered: S_OK while there is a registration, E_FAIL without one.
+    /// What the server answered.
+    /// @return S_OK while there is a registration, E_FAIL without one, or why there is none, as RegisterFile tells it
     HRESULT GetResult() const noexcept { return m_result; }
-    /// The registration's name; null without one.
+    /// The registration's name.
+    /// @return as long as it lasts; null without one
     OrvaFileEventCookie GetCookie() const noexcept { return m_cookie; }
 
 private:
@@ -76,6 +81,7 @@ public:
     void OnLastAccessChanged(OrvaFileEventCookie) override { m_function(FILE_NOTIFY_CHANGE_LAST_ACCESS, 0); }
     /// @}
     /// Calls the function with the error.
+    /// @param error  Win32 error code
     void OnError(OrvaFileEventCookie, DWORD error) override { m_function(0, error); }
 
 private:

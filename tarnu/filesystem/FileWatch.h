@@ -53,9 +53,11 @@ public:
     FileWatch(const FileWatch&) = delete;
     FileWatch& operator=(const FileWatch&) = delete;
 
-    /// What the server answered: S_OK while the file is watched.
+    /// What the server answered.
+    /// @return S_OK while the file is watched; E_FAIL once it is lost, or why it can't be watched
     HRESULT GetResult() const noexcept { return m_registration.GetResult(); }
-    /// The file, as an absolute path.
+    /// The file that is watched.
+    /// @return its absolute path, as long as the watch lives
     const OrvaPath& GetPath() const noexcept { return m_path; }
     /// Looks at the file now, instead of at the next signal, and tells what changed.
     void Check() {

@@ -20,9 +20,13 @@ public:
     void Open(const wchar_t* directory, const wchar_t* pattern, DWORD attributeFilter) override;
     void Next() override;
     BOOL IsFound() const override;
-    /// The directory joined with the current entry's name; the bare directory when none is found.
+    /// The directory joined with the current entry's name.
+    /// @param path receives it; the bare directory when none is found
+    /// @return @p path
     OrvaPath& GetPath(OrvaPath& path) const override;
-    /// The current entry's name; empty when none is found.
+    /// The current entry's name.
+    /// @param name receives it; empty when none is found
+    /// @return @p name
     OrvaPath& GetName(OrvaPath& name) const override;
     OrvaPath& GetDirectory(OrvaPath& directory) const override;
 
@@ -31,12 +35,14 @@ public:
     /// @param skipDots nonzero or 0
     void SetSkipDots(DWORD skipDots);
     /// The setting of SetSkipDots.
+    /// @return as it was given; 1 from the start
     DWORD GetSkipDots() const;
 
     /// The record of the current entry, with sizes and times; zero-filled before the first.
     /// @return a record that belongs to the matcher and is valid as long as that lives
     const WIN32_FIND_DATAW* GetFindData() const;
     /// The same, for functions that take the record without const. The next entry is read into it.
+    /// @return a record that belongs to the matcher and is valid as long as that lives
     WIN32_FIND_DATAW* GetFindData() { return &m_findData; }
 
 private:

@@ -64,6 +64,9 @@ public:
     virtual BOOL ValidateFolder(const wchar_t* path, CString& statusText);
 
     /// Browse into a plain text. A class that overrides Browse says `using OrvaBrowseForDirectory::Browse;` to keep it.
+    /// @param path receives the chosen folder with a trailing backslash; unchanged otherwise
+    /// @param initialFolder,title,owner,rootFolder as for the other Browse
+    /// @return 1 when a folder was chosen, otherwise 0
     BOOL Browse(CString& path, const wchar_t* initialFolder, const wchar_t* title, HWND owner,
                 const wchar_t* rootFolder = nullptr) {
         OrvaPath chosen;

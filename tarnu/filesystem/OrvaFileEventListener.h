@@ -24,8 +24,10 @@ public:
     virtual void OnAttributesChanged(OrvaFileEventCookie cookie) { (void)cookie; }
     /// @}
     /// FILE_NOTIFY_CHANGE_SIZE: the file has another size.
+    /// @param cookie names the registration
     virtual void OnSizeChanged(OrvaFileEventCookie cookie) { (void)cookie; }
     /// FILE_NOTIFY_CHANGE_LAST_WRITE and _LAST_ACCESS: the time has moved forward.
+    /// @param cookie names the registration
     /// @{
     virtual void OnLastWriteChanged(OrvaFileEventCookie cookie) { (void)cookie; }
     virtual void OnLastAccessChanged(OrvaFileEventCookie cookie) { (void)cookie; }
@@ -39,6 +41,7 @@ public:
         (void)error;
     }
     /// For hosts that post WM_REGISTERED_FILE and WM_UNREGISTERED_FILE; the library itself does not.
+    /// @param cookie names the registration; the message's lParam
     /// @{
     virtual void OnRegistered(OrvaFileEventCookie cookie) { (void)cookie; }
     virtual void OnUnregistered(OrvaFileEventCookie cookie) { (void)cookie; }

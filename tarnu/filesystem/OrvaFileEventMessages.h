@@ -24,7 +24,9 @@ enum FileEventMessage : UINT {
 /// Name under which a host may register a message of its own for file notifications.
 inline constexpr wchar_t fileNotifyMessageName[] = L"ORVA_WM_FILE_NOTIFY";
 
-/// The diagnostic name of a message number; "UNKNOWN_MESSAGE" for any other.
+/// The diagnostic name of a message number.
+/// @param message one of FileEventMessage, or any other
+/// @return a constant: the name as it stands above, "UNKNOWN_MESSAGE" for any other number
 inline const wchar_t* FileEventMessageName(UINT message) noexcept {
     constexpr const wchar_t* names[] = {L"WM_FILE_NOTIFY",          L"WM_REGISTER_FILE",   L"WM_REGISTERED_FILE",
                                         L"WM_REGISTER_FILE_FAILED", L"WM_UNREGISTER_FILE", L"WM_UNREGISTERED_FILE",

@@ -32,15 +32,20 @@ public:
     virtual void Open(const wchar_t* directory, const wchar_t* pattern, DWORD attributeFilter) = 0;
     /// Moves on to the next entry.
     virtual void Next() = 0;
-    /// Nonzero while an entry is current.
+    /// Whether the walk stands on an entry.
+    /// @return 0 behind the last one, and before Open
     virtual BOOL IsFound() const = 0;
     /// The full path of the current entry.
     /// @param path receives it
     /// @return @p path
     virtual OrvaPath& GetPath(OrvaPath& path) const = 0;
     /// The current entry's name; for a tree its path relative to the root.
+    /// @param name receives it
+    /// @return @p name
     virtual OrvaPath& GetName(OrvaPath& name) const = 0;
     /// The directory given to Open.
+    /// @param directory receives it
+    /// @return @p directory
     virtual OrvaPath& GetDirectory(OrvaPath& directory) const = 0;
 
     virtual ~OrvaFileMatch();

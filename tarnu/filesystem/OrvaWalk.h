@@ -29,18 +29,25 @@ public:
         using value_type = OrvaFileEntry;
         using difference_type = std::ptrdiff_t;
         using iterator_category = std::input_iterator_tag;
+        /// @}
 
+        /// Stands where the walk of a range stands.
+        /// @param range  referenced
         explicit Iterator(OrvaWalkRange& range) : m_range(&range) {}
+        /// @return the entry, in the range; it changes when the walk moves on
         const OrvaFileEntry& operator*() const { return m_range->m_entry; }
+        /// @return the entry, in the range; it changes when the walk moves on
         const OrvaFileEntry* operator->() const { return &m_range->m_entry; }
+        /// Moves the walk on. @return this iterator
         Iterator& operator++() {
             m_range->m_matcher->Next();
             m_range->Read();
             return *this;
         }
+        /// Moves the walk on.
         void operator++(int) { ++*this; }
+        /// @return whether the walk is at its end
         friend bool operator==(const Iterator& iterator, std::default_sentinel_t) { return iterator.IsAtEnd(); }
-        /// @}
 
     private:
         bool IsAtEnd() const { return !m_range->m_matcher->IsFound(); }
@@ -54,12 +61,13 @@ public:
     OrvaWalkRange(OrvaFileMatch& matcher, const WIN32_FIND_DATAW* findData) : m_matcher(&matcher) {
         m_entry.findData = findData;
     }
-    /// The current entry; each call goes on where the walk stands.
+    /// Goes on where the walk stands; it does not start anew.
+    /// @return an iterator on the current entry
     Iterator begin() {
         Read();
         return Iterator(*this);
     }
-    /// The end of the walk.
+    /// @return what an iterator equals at the end of the walk
     std::default_sentinel_t end() const { return std::default_sentinel; }
 
 private:
@@ -75,7 +83,9 @@ private:
 
 namespace tarnu {
 
-/// The record of a walk's current entry, whatever walk is behind the interface; null for one that keeps none.
+/// The record of a walk's current entry, whatever walk is behind the interface.
+/// @param matcher any walk
+/// @return a record that belongs to the walk, into which the next entries are read; null for a walk that keeps none
 inline const WIN32_FIND_DATAW* FindDataOf(const OrvaFileMatch& matcher) {
     if (const auto* basic = dynamic_cast<const OrvaBasicFileMatcher*>(&matcher)) return basic->GetFindData();
     if (const auto* files = dynamic_cast<const OrvaBFSFileTree*>(&matcher)) return files->GetFindData();

@@ -62,7 +62,9 @@ public:
     /// @return the new head, or null (and nothing changed) when the system has no memory left
     static FreeBlock* AddPage(FreeBlock*& head, const std::uint64_t& blockSize) noexcept;
 
-    /// Removes the first block from the list and returns it, its content undefined. The list must not be empty.
+    /// Removes the first block from the list.
+    /// @param head the caller's list, not empty
+    /// @return the block, its content undefined; the caller's until Free
     static void* Allocate(FreeBlock*& head) noexcept;
 
     /// Puts a block at the head of the list it was allocated from. When it was the last one of its page that was in
@@ -71,10 +73,16 @@ public:
     /// @param block neither checked for its origin nor for being free already; both corrupt the lists
     static void Free(FreeBlock*& head, void* block) noexcept;
 
-    /// Sets @p count bytes at @p destination to @p value and returns @p destination.
+    /// Sets bytes to a value.
+    /// @param destination where they begin; null only with a count of 0
+    /// @param count       bytes
+    /// @param value       of each
+    /// @return @p destination
     static void*& Fill(void*& destination, const std::uint64_t& count, const unsigned char& value) noexcept;
 
-    /// The same operations for a list head or destination that the caller keeps as a pointer of another type.
+    /// AddPage for a list head that the caller keeps as a pointer of another type.
+    /// @param head,blockSize as there
+    /// @return as there
     template <class Block>
     static Block* AddPage(Block*& head, const std::uint64_t& blockSize) noexcept {
         FreeBlock* list = reinterpret_cast<FreeBlock*>(head);
@@ -82,7 +90,9 @@ public:
         head = reinterpret_cast<Block*>(list);
         return first != nullptr ? head : nullptr;
     }
-    /// See above.
+    /// Allocate for a list head that the caller keeps as a pointer of another type.
+    /// @param head as there
+    /// @return as there
     template <class Block>
     static void* Allocate(Block*& head) noexcept {
         FreeBlock* list = reinterpret_cast<FreeBlock*>(head);
@@ -90,14 +100,17 @@ public:
         head = reinterpret_cast<Block*>(list);
         return block;
     }
-    /// See above.
+    /// Free for a list head that the caller keeps as a pointer of another type.
+    /// @param head,block as there
     template <class Block>
     static void Free(Block*& head, void* block) noexcept {
         FreeBlock* list = reinterpret_cast<FreeBlock*>(head);
         Free(list, block);
         head = reinterpret_cast<Block*>(list);
     }
-    /// See above.
+    /// Fill for a destination that the caller keeps as a pointer of another type.
+    /// @param destination,count,value as there
+    /// @return @p destination
     template <class Pointer>
     requires std::is_convertible_v<Pointer, void*>
     static Pointer&& Fill(Pointer&& destination, const std::uint64_t& count, const unsigned char& value) noexcept {

@@ -27,15 +27,17 @@ public:
     OrvaFixedBlockList(const OrvaFixedBlockList&) = delete;
     OrvaFixedBlockList& operator=(const OrvaFixedBlockList&) = delete;
 
-    /// Bytes of a block.
+    /// @return the bytes of a block, as given
     std::uint64_t GetBlockSize() const noexcept { return m_blockSize; }
 
-    /// A block of undefined content, or null when the system has no memory left.
+    /// Hands out a block.
+    /// @return the block, its content undefined; null when the system has no memory left
     [[nodiscard]] void* TryAllocate() noexcept {
         if (m_head == nullptr && !AddPage()) return std::exchange(m_kept, nullptr);
         return OrvaFixedBlockAllocator::Allocate(m_head);
     }
-    /// Takes back a block of this list.
+    /// Takes back a block.
+    /// @param block one of this list, not null
     void Free(void* block) noexcept { OrvaFixedBlockAllocator::Free(m_head, block); }
 
 private:

@@ -35,7 +35,9 @@ public:
         if (m_lists[index] == nullptr) m_lists[index] = std::make_unique<OrvaFixedBlockList>((index + 1) * unit);
         return m_lists[index]->TryAllocate();
     }
-    /// Takes back a block that TryAllocate returned for the same size.
+    /// Takes back a block.
+    /// @param block what TryAllocate returned, not null
+    /// @param size  the size it was asked for
     void Free(void* block, std::size_t size) noexcept { m_lists[IndexOf(size)]->Free(block); }
 
 private:

@@ -39,13 +39,16 @@ public:
         return object;
     }
     /// As TryNew, but throws std::bad_alloc when the system has no memory left.
+    /// @param arguments handed to the constructor
+    /// @return the object, never null
     template <class... Arguments>
     [[nodiscard]] T* New(Arguments&&... arguments) {
         T* const object = TryNew(std::forward<Arguments>(arguments)...);
         if (object == nullptr) throw std::bad_alloc();
         return object;
     }
-    /// Destroys an object of this pool; null is ignored.
+    /// Destroys an object.
+    /// @param object one of this pool; null is ignored
     void Delete(T* object) noexcept {
         if (object == nullptr) return;
         std::destroy_at(object);

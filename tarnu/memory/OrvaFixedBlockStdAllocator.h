@@ -30,21 +30,27 @@ public:
     using propagate_on_container_swap = std::true_type;
     /// @}
 
-    /// Allocates from lists, which are referenced.
+    /// Allocates from lists.
+    /// @param lists referenced
     OrvaFixedBlockStdAllocator(OrvaFixedBlockLists& lists) noexcept : m_lists(&lists) {} // NOLINT: implicit on purpose
-    template <class U>
     /// The same lists for another type.
+    /// @param other its lists are referenced
+    template <class U>
     OrvaFixedBlockStdAllocator(const OrvaFixedBlockStdAllocator<U>& other) noexcept // NOLINT: as the standard requires
         : m_lists(&other.GetLists()) {}
 
-    /// Memory for @p count objects; throws std::bad_alloc when there is none.
+    /// Memory for objects; throws std::bad_alloc when there is none.
+    /// @param count objects
+    /// @return the memory, nothing constructed in it
     [[nodiscard]] T* allocate(std::size_t count) {
         if (!FromBlocks(count)) return std::allocator<T>().allocate(count);
         void* const block = m_lists->TryAllocate(sizeof(T));
         if (block == nullptr) throw std::bad_alloc();
         return static_cast<T*>(block);
     }
-    /// Takes back what allocate gave for the same count.
+    /// Takes back memory.
+    /// @param memory what allocate gave
+    /// @param count  what it was asked for
     void deallocate(T* memory, std::size_t count) noexcept {
         if (FromBlocks(count)) {
             m_lists->Free(memory, sizeof(T));
@@ -53,11 +59,11 @@ public:
         }
     }
 
-    /// The lists that it allocates from.
+    /// @return the lists that it allocates from
     OrvaFixedBlockLists& GetLists() const noexcept { return *m_lists; }
 
-    template <class U>
     /// Equal when they share their lists.
+    template <class U>
     friend bool operator==(const OrvaFixedBlockStdAllocator& left,
                            const OrvaFixedBlockStdAllocator<U>& right) noexcept {
         return &left.GetLists() == &right.GetLists();

@@ -20,6 +20,7 @@ public:
     /// Copies the latest result.
     OrvaHeapGrowthProbe(const OrvaHeapGrowthProbe&) noexcept = default;
     /// Copies the latest result.
+    /// @return this probe
     OrvaHeapGrowthProbe& operator=(const OrvaHeapGrowthProbe&) noexcept = default;
 
     /// Allocates @p count steps, then grows the block step by step, at least once.
@@ -35,11 +36,11 @@ public:
     /// @return the previous result (0 at first) minus the new one; wraps below 0 when more was reached than before
     std::uint64_t MeasureChange(std::uint64_t count, std::uint64_t unitSize, std::uint64_t limit) noexcept;
 
-    /// Hooks of checking builds; both do nothing.
-    /// @{
+    /// A hook of checking builds; does nothing.
+    /// @param block,number not looked at
     void CheckingHook(void* block, int number) noexcept;
+    /// A hook of checking builds; does nothing.
     void CheckingHook() noexcept;
-    /// @}
 
 private:
     [[maybe_unused]] std::uint8_t m_flag;          ///< reserved: read by no operation

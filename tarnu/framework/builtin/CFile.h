@@ -44,29 +44,43 @@ public:
     static const HANDLE hFileNull;         ///< INVALID_HANDLE_VALUE
 
     CFile() noexcept;
-    /// Attaches an open handle, which stays its creator's to close.
+    /// Attaches an open handle.
+    /// @param handle stays its creator's to close, but Close and Abort close it
     explicit CFile(HANDLE handle) noexcept;
     /// Opens a file; throws a CFileException* when that fails.
+    /// @param fileName  as for Open
+    /// @param openFlags OpenFlags, combined
     CFile(const wchar_t* fileName, UINT openFlags);
     ~CFile() override;
-    /// The run-time class of the object.
+    /// @copydoc CObject::GetRuntimeClass
     CRuntimeClass* GetRuntimeClass() const override;
 
-    /// Opens a file; false when that fails, with cause, error code and name in @p error when it is given. The name is
-    /// made absolute and may have up to 259 characters then. A file that is open is closed first. Without a share flag
-    /// nobody else can open the file.
+    /// Opens a file. A file that is open is closed first. Without a share flag nobody else can open the file.
+    /// @param fileName  is made absolute and may have up to 259 characters then
+    /// @param openFlags OpenFlags, combined
+    /// @param error     receives cause, error code and name when it fails; may be null
+    /// @return FALSE when it fails; no file is open then
     virtual BOOL Open(const wchar_t* fileName, UINT openFlags, CFileException* error = nullptr);
-    /// Reads up to @p count bytes; returns how many, 0 at the end.
+    /// Reads from the position on, which moves.
+    /// @param buffer receives the bytes
+    /// @param count  bytes that it holds
+    /// @return the bytes read: fewer than @p count only where the file ends, 0 at its end
     virtual UINT Read(void* buffer, UINT count);
-    /// Writes @p count bytes.
+    /// Writes at the position, which moves. Not all written is an error too, of the cause diskFull.
+    /// @param buffer the bytes
+    /// @param count  number of them
     virtual void Write(const void* buffer, UINT count);
-    /// Moves the position to @p offset bytes from one of SeekPosition; returns the new one.
+    /// Moves the position, also behind the end.
+    /// @param offset bytes
+    /// @param from   one of SeekPosition
+    /// @return the new position, in bytes from the beginning
     virtual ULONGLONG Seek(LONGLONG offset, UINT from);
-    /// The position in bytes from the beginning.
+    /// @return the position, in bytes from the beginning
     virtual ULONGLONG GetPosition() const;
-    /// The size in bytes.
+    /// @return the size in bytes
     virtual ULONGLONG GetLength() const;
     /// Cuts or extends the file; the position moves to its new end.
+    /// @param length the new size in bytes
     virtual void SetLength(ULONGLONG length);
     /// Writes what the system still keeps to the medium.
     virtual void Flush();
@@ -78,28 +92,37 @@ public:
 
     /// Seek to the beginning.
     void SeekToBegin() { Seek(0, begin); }
-    /// Seek to the end; returns the size.
+    /// Seek to the end. @return the size in bytes
     ULONGLONG SeekToEnd() { return Seek(0, end); }
 
-    /// The absolute path.
+    /// @return the absolute path; empty while no file is open, and for a handle that was attached
     virtual CString GetFilePath() const { return m_strFileName; }
     /// The last component of the path; GetFileTitle gives it without its extension.
+    /// @return empty where GetFilePath is
     /// @{
     virtual CString GetFileName() const;
     virtual CString GetFileTitle() const;
     /// @}
     /// Changes what GetFilePath answers; no file is renamed.
+    /// @param path copied
     virtual void SetFilePath(const wchar_t* path) { m_strFileName = path; }
 
-    /// The status of this open file; false when it cannot be read.
+    /// The status of this file. While none is open, of the name alone.
+    /// @param status receives the status; emptied first
+    /// @return FALSE when the system does not tell, or the name has more than 259 characters
     BOOL GetStatus(CFileStatus& status) const;
-    /// The status of a file by name; false when it does not exist or the name is too long. Throws nothing.
+    /// The status of a file or directory by name. Throws nothing.
+    /// @param fileName is made absolute; no wildcards
+    /// @param status   receives the status; emptied first, then with the absolute name even where there is no such file
+    /// @return FALSE when it does not exist, or the absolute name has more than 259 characters
     static BOOL GetStatus(const wchar_t* fileName, CFileStatus& status);
-    /// Both throw a CFileException* when they fail.
-    /// @{
+    /// Renames or moves a file; throws a CFileException* when that fails.
+    /// @param oldName the file
+    /// @param newName must not exist
     static void Rename(const wchar_t* oldName, const wchar_t* newName);
+    /// Deletes a file; throws a CFileException* when that fails.
+    /// @param fileName the file
     static void Remove(const wchar_t* fileName);
-    /// @}
 
     /// The handle.
     operator HANDLE() const noexcept { return m_hFile; } // NOLINT: implicit as documented
@@ -107,7 +130,11 @@ public:
     HANDLE m_hFile = INVALID_HANDLE_VALUE; ///< INVALID_HANDLE_VALUE while no file is open
 
 protected:
-    /// What Open does with its flags, without touching this object; null and the error filled in when it fails.
+    /// What Open does with its flags, without touching this object.
+    /// @param fileName,openFlags as for Open
+    /// @param fullPath  receives the absolute path; untouched when it fails
+    /// @param error     receives cause, error code and name when it fails; may be null
+    /// @return a handle that the caller closes; INVALID_HANDLE_VALUE when it fails
     static HANDLE OpenHandle(const wchar_t* fileName, UINT openFlags, CString& fullPath, CFileException* error);
 
     CString m_strFileName;         ///< absolute path

@@ -16,54 +16,61 @@ struct __POSITION;
 /// A cursor into a list; null stands before the first and behind the last element.
 using POSITION = __POSITION*;
 
-/// A doubly linked list of TYPE whose nodes are allocated in blocks of @p blockSize and kept for reuse until the list
-/// is emptied. Element addresses are stable. Not copyable. No locking: one thread at a time.
+/// A doubly linked list of TYPE whose nodes are allocated in blocks and kept for reuse until the list is emptied.
+/// Element addresses are stable. Not copyable. No locking: one thread at a time.
 template <class TYPE, class ARG_TYPE = const TYPE&>
 class CList : public CObject {
 public:
-    /// An empty list whose nodes are allocated in blocks of @p blockSize.
+    /// An empty list.
+    /// @param blockSize nodes that are allocated at a time; less than 1 counts as 1
     explicit CList(INT_PTR blockSize = 10) noexcept : m_blockSize(blockSize > 0 ? blockSize : 1) {}
     ~CList() override { RemoveAll(); }
 
-    /// The number of elements.
+    /// @return the number of elements
     INT_PTR GetCount() const noexcept { return m_count; }
-    /// The same.
+    /// @return the number of elements
     INT_PTR GetSize() const noexcept { return m_count; }
-    /// True without elements.
+    /// @return whether there are no elements
     BOOL IsEmpty() const noexcept { return m_count == 0; }
 
-    /// The first element; the list must not be empty.
+    /// The list must not be empty. @return the first element, in the list
     TYPE& GetHead() noexcept { return m_head->value; }
-    /// The same.
+    /// The list must not be empty. @return the first element, in the list
     const TYPE& GetHead() const noexcept { return m_head->value; }
-    /// The last element; the list must not be empty.
+    /// The list must not be empty. @return the last element, in the list
     TYPE& GetTail() noexcept { return m_tail->value; }
-    /// The same.
+    /// The list must not be empty. @return the last element, in the list
     const TYPE& GetTail() const noexcept { return m_tail->value; }
 
-    /// Removes the first element and returns it; the list must not be empty.
+    /// Removes the first element; the list must not be empty. @return what it was
     TYPE RemoveHead() {
         TYPE value = std::move(m_head->value);
         Unlink(m_head);
         return value;
     }
-    /// Removes the last element and returns it; the list must not be empty.
+    /// Removes the last element; the list must not be empty. @return what it was
     TYPE RemoveTail() {
         TYPE value = std::move(m_tail->value);
         Unlink(m_tail);
         return value;
     }
-    /// Puts a copy in front of all elements; returns its position.
+    /// Adds an element in front of all others.
+    /// @param value is copied; may be an element of this list
+    /// @return the new element's position
     POSITION AddHead(ARG_TYPE value) { return ToPosition(Link(NewNode(value), nullptr, m_head)); }
-    /// Puts a copy behind all elements; returns its position.
+    /// Adds an element behind all others.
+    /// @param value is copied; may be an element of this list
+    /// @return the new element's position
     POSITION AddTail(ARG_TYPE value) { return ToPosition(Link(NewNode(value), m_tail, nullptr)); }
-    /// Appends copies of all elements of another list, or of this one, keeping their order.
+    /// Adds copies of all elements of a list behind all others, in their order.
+    /// @param other stays as it is; may be this list; not null
     void AddTail(CList* other) {
         POSITION position = other->GetHeadPosition();
         for (INT_PTR count = other->GetCount(); count > 0; --count)
             AddTail(other->GetNext(position));
     }
-    /// The same in front of all elements.
+    /// Adds copies of all elements of a list in front of all others, in their order.
+    /// @param other stays as it is; may be this list; not null
     void AddHead(CList* other) {
         POSITION position = other->GetTailPosition();
         for (INT_PTR count = other->GetCount(); count > 0; --count)
@@ -86,48 +93,67 @@ public:
         }
     }
 
-    /// The position of the first element; null without any.
+    /// @return the position of the first element; null without any
     POSITION GetHeadPosition() const noexcept { return ToPosition(m_head); }
-    /// The position of the last element; null without any.
+    /// @return the position of the last element; null without any
     POSITION GetTailPosition() const noexcept { return ToPosition(m_tail); }
-    /// The element at the position, which moves on.
+    /// The element at a position, which moves on.
+    /// @param position in: not null; out: the next element's, null behind the last
+    /// @return the element, in the list
     TYPE& GetNext(POSITION& position) noexcept { return Step(position, &Node::next)->value; }
-    /// The same.
+    /// The same for reading. @param position as there @return the element, in the list
     const TYPE& GetNext(POSITION& position) const noexcept { return Step(position, &Node::next)->value; }
-    /// The element at the position, which moves back.
+    /// The element at a position, which moves back.
+    /// @param position in: not null; out: the previous element's, null before the first
+    /// @return the element, in the list
     TYPE& GetPrev(POSITION& position) noexcept { return Step(position, &Node::previous)->value; }
-    /// The same.
+    /// The same for reading. @param position as there @return the element, in the list
     const TYPE& GetPrev(POSITION& position) const noexcept { return Step(position, &Node::previous)->value; }
 
-    /// The element at a position, which must not be null.
+    /// The element at a position.
+    /// @param position not null
+    /// @return the element, in the list
     TYPE& GetAt(POSITION position) noexcept { return ToNode(position)->value; }
-    /// The same.
+    /// The same for reading. @param position not null @return the element, in the list
     const TYPE& GetAt(POSITION position) const noexcept { return ToNode(position)->value; }
     /// Assigns to the element at a position.
+    /// @param position not null
+    /// @param value    is copied
     void SetAt(POSITION position, ARG_TYPE value) { ToNode(position)->value = value; }
-    /// Removes the element at a position.
+    /// Removes the element at a position. Other positions stay good.
+    /// @param position not null
     void RemoveAt(POSITION position) noexcept { Unlink(ToNode(position)); }
-    /// Puts a copy in front of a position, or of all elements when that is null; returns the copy's position.
+    /// Adds an element in front of another.
+    /// @param position the other one's; null for in front of all
+    /// @param value    is copied
+    /// @return the new element's position
     POSITION InsertBefore(POSITION position, ARG_TYPE value) {
         if (position == nullptr) return AddHead(value);
         Node* next = ToNode(position);
         return ToPosition(Link(NewNode(value), next->previous, next));
     }
-    /// Puts a copy behind a position, or behind all elements when that is null; returns the copy's position.
+    /// Adds an element behind another.
+    /// @param position the other one's; null for behind all
+    /// @param value    is copied
+    /// @return the new element's position
     POSITION InsertAfter(POSITION position, ARG_TYPE value) {
         if (position == nullptr) return AddTail(value);
         Node* previous = ToNode(position);
         return ToPosition(Link(NewNode(value), previous, previous->next));
     }
-    /// The first element equal to @p value at or behind the element that follows @p startAfter; null when there is
-    /// none.
+    /// Looks for an element from the front on.
+    /// @param value      compared with ==
+    /// @param startAfter the position behind which to begin; null to begin at the first element
+    /// @return the position of the first equal element; null when there is none
     POSITION Find(ARG_TYPE value, POSITION startAfter = nullptr) const {
         Node* node = startAfter == nullptr ? m_head : ToNode(startAfter)->next;
         while (node != nullptr && !(node->value == value))
             node = node->next;
         return ToPosition(node);
     }
-    /// The position of the zero-based index; null when it is out of range.
+    /// The position of an element by number; takes time in proportion to it.
+    /// @param index zero-based
+    /// @return null when it is out of range
     POSITION FindIndex(INT_PTR index) const noexcept {
         if (index < 0 || index >= m_count) return nullptr;
         Node* node = m_head;

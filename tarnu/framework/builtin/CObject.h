@@ -16,7 +16,9 @@ struct CRuntimeClass {
     int m_nObjectSize;                 ///< in bytes
     const CRuntimeClass* m_pBaseClass; ///< null for CObject
 
-    /// True when this class is @p base or derives from it.
+    /// Whether this class is another one or derives from it.
+    /// @param base the other one; null gives FALSE
+    /// @return TRUE or FALSE
     BOOL IsDerivedFrom(const CRuntimeClass* base) const noexcept {
         for (const CRuntimeClass* current = this; current != nullptr; current = current->m_pBaseClass) {
             if (current == base) return TRUE;
@@ -31,19 +33,24 @@ public:
     static const CRuntimeClass classCObject; ///< the run-time class
 
     /// The run-time class of the object.
+    /// @return a constant for all objects of the class; not to be written to
     virtual CRuntimeClass* GetRuntimeClass() const;
     virtual ~CObject();
-    /// Archives are not part of this subset: does nothing.
-    /// @{
+    /// Does nothing: archives are not part of this subset.
+    /// @param archive not looked at
     virtual void Serialize(CArchive& archive);
+    /// Does nothing: nor are the framework's debugging aids.
     virtual void AssertValid() const;
+    /// Does nothing.
+    /// @param context not looked at
     virtual void Dump(CDumpContext& context) const;
-    /// @}
 
     CObject(const CObject&) = delete;
     CObject& operator=(const CObject&) = delete;
 
-    /// True when the object's class is @p base or derives from it.
+    /// Whether the object's class is another one or derives from it.
+    /// @param base the other one, as RUNTIME_CLASS gives it; null gives FALSE
+    /// @return TRUE or FALSE
     BOOL IsKindOf(const CRuntimeClass* base) const { return GetRuntimeClass()->IsDerivedFrom(base); }
 
 protected:

@@ -9,11 +9,12 @@
 /// A list of CString; every operation of CList, and elements given as plain texts.
 class TARNU_API CStringList : public CList<CString, const CString&> {
 public:
-    /// An empty list whose nodes are allocated in blocks.
+    /// An empty list.
+    /// @param blockSize nodes that are allocated at a time; less than 1 counts as 1
     explicit CStringList(INT_PTR blockSize = 10) noexcept : CList(blockSize) {}
 
     static const CRuntimeClass classCStringList; ///< the run-time class
-    /// The run-time class of the object.
+    /// @copydoc CObject::GetRuntimeClass
     CRuntimeClass* GetRuntimeClass() const override;
 };
 

@@ -12,19 +12,22 @@ public:
 
     CWnd() noexcept = default;
     ~CWnd() override;
-    /// The run-time class of the object.
+    /// @copydoc CObject::GetRuntimeClass
     CRuntimeClass* GetRuntimeClass() const override;
 
-    /// The handle; null when none is attached.
+    /// @return the handle; null when none is attached
     HWND GetSafeHwnd() const noexcept { return m_hWnd; }
     /// The same.
     operator HWND() const noexcept { return m_hWnd; } // NOLINT: implicit as documented
-    /// False when @p window is null.
+    /// Takes a handle in place of the one before.
+    /// @param window stays its owner's to destroy; null leaves the object without one
+    /// @return FALSE when it is null
     BOOL Attach(HWND window) noexcept {
         m_hWnd = window;
         return window != nullptr;
     }
-    /// Lets go of the handle and returns it.
+    /// Lets go of the handle.
+    /// @return the handle; null when none was attached
     HWND Detach() noexcept {
         HWND window = m_hWnd;
         m_hWnd = nullptr;
