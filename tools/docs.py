@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Builds the reference of the public headers with Doxygen. A name without documentation is an error, and so is a documented
-parameter that does not exist.
+"""Builds the reference of the public headers with Doxygen. A name, a parameter or a result without documentation is an error,
+and so is a documented parameter that does not exist.
 
 usage: docs.py BUILD_FOLDER    (the reference stands in BUILD_FOLDER/docs/html then)
 """

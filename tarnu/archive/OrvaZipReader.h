@@ -43,12 +43,16 @@ public:
     /// @param password  for encrypted entries, in UTF-8 or in one of the system's code pages; null or empty for none
     /// @return OrvaZipNoFile when the file can't be opened, OrvaZipCorrupt when it is no archive or a damaged one
     OrvaZipResult Open(const wchar_t* path, const wchar_t* password = nullptr);
-    /// Opens an archive in memory, which must stay until the reader is closed.
+    /// Opens an archive in memory; what was open before is closed.
+    /// @param data      must stay until the reader is closed
+    /// @param size      bytes of the archive
+    /// @param password  as for Open
+    /// @return OrvaZipBadArguments for null, OrvaZipCorrupt when it is no archive or a damaged one
     OrvaZipResult OpenMemory(const void* data, std::size_t size, const wchar_t* password = nullptr);
     /// Closes the archive; without an open one nothing happens.
     void Close() noexcept;
 
-    /// Entries of the archive; 0 when none is open.
+    /// @return the entries of the archive; 0 when none is open
     ULONGLONG GetCount() const noexcept;
     /// What the archive's directory tells about an entry.
     /// @param index  counted from 0
@@ -56,8 +60,8 @@ public:
     /// @return OrvaZipBadArguments for an index beyond the last entry
     OrvaZipResult GetEntry(ULONGLONG index, OrvaZipEntry& entry) const;
 
-    /// @param index  of the entry, counted from 0
     /// Begins to read an entry, and ends an earlier one.
+    /// @param index  of the entry, counted from 0
     /// @return OrvaZipCorrupt for an entry that contradicts itself, is damaged or of a kind that is not read;
     ///         OrvaZipBadArguments for one that is encrypted and not with this password
     OrvaZipResult OpenEntry(ULONGLONG index);

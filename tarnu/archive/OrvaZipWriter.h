@@ -69,17 +69,25 @@ public:
     /// @param lastWrite   UTC; null for now
     /// @param attributes  read-only, hidden, system and archive are stored
     /// @return OrvaZipSuccess; OrvaZipBadArguments for a name that is empty or too long; OrvaZipMemoryFull,
-    /// OrvaZipWriteFailed
+    ///         OrvaZipWriteFailed
     OrvaZipResult AddMemory(const wchar_t* name, const void* data, std::size_t size,
                             const FILETIME* lastWrite = nullptr, DWORD attributes = FILE_ATTRIBUTE_ARCHIVE);
     /// Adds what an open handle has from its position on: a file up to the size that it has now, with its times and
     /// attributes; a pipe or device up to its end.
+    /// @param name    of the entry
+    /// @param handle  open for reading; stays open, behind what was read
+    /// @return OrvaZipSuccess; OrvaZipReadFailed, for a directory too, or OrvaZipWrongSize (the file shrank while it
+    ///         was read): the entry is left out; OrvaZipBadArguments for no handle and as for AddFile
     OrvaZipResult AddHandle(const wchar_t* name, HANDLE handle);
     /// Adds an entry for a directory.
+    /// @param name        of the entry; a separator at its end is optional
+    /// @param lastWrite   UTC; null for now
+    /// @param attributes  read-only, hidden, system and archive are stored
+    /// @return as AddMemory
     OrvaZipResult AddDirectory(const wchar_t* name, const FILETIME* lastWrite = nullptr,
                                DWORD attributes = FILE_ATTRIBUTE_DIRECTORY);
 
-    /// Entries that the archive has so far.
+    /// @return the entries that the archive has so far; 0 before Create
     ULONGLONG GetCount() const noexcept;
 
     /// Ends the additions: writes the directory and gives a file archive its name.

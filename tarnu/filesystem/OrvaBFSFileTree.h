@@ -24,7 +24,7 @@ public:
     OrvaPath& GetDirectory(OrvaPath& directory) const override;
 
     /// @return the record of the current entry, with sizes and times. It belongs to the tree and is valid as long as
-    /// that lives.
+    ///         that lives.
     const WIN32_FIND_DATAW* GetFindData() const { return m_matcher.GetFindData(); }
 
 private:

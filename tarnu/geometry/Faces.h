@@ -26,32 +26,41 @@ public:
         using iterator_concept = std::input_iterator_tag;
         using value_type = OrvaPointArray;
         using difference_type = std::ptrdiff_t;
+        /// @}
 
+        /// Stands where a range stands.
+        /// @param faces  the range, referenced
         explicit Iterator(Faces& faces) : m_faces(&faces) {}
+        /// @return the face, in the range; filled anew when the range moves on
         const OrvaPointArray& operator*() const noexcept { return m_faces->m_face; }
+        /// @return the face, in the range; filled anew when the range moves on
         const OrvaPointArray* operator->() const noexcept { return &m_faces->m_face; }
+        /// Reads the next face. @return this iterator
         Iterator& operator++() {
             m_faces->Read();
             return *this;
         }
+        /// Reads the next face.
         void operator++(int) { ++*this; }
+        /// @return whether there are no more faces
         bool operator==(std::default_sentinel_t) const noexcept { return !m_faces->m_isRead; }
-        /// @}
 
     private:
         Faces* m_faces;
     };
 
-    /// The faces of a reader, which is referenced.
+    /// The faces of a reader.
+    /// @param reader  referenced
     explicit Faces(OrvaFaceReader& reader) : m_reader(&reader) {}
 
-    /// The first face.
+    /// Resets the reader and reads its first face.
+    /// @return an iterator on it
     Iterator begin() {
         m_reader->Reset();
         Read();
         return Iterator(*this);
     }
-    /// Behind the last face.
+    /// @return what an iterator equals behind the last face
     std::default_sentinel_t end() const noexcept { return {}; }
 
 private:

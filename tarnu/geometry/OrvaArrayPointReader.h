@@ -14,14 +14,16 @@ class TARNU_API OrvaArrayPointReader : public OrvaPointReader {
 public:
     /// @param points the array; null is an empty one
     explicit OrvaArrayPointReader(const OrvaPointArray* points) noexcept;
-    /// Reads an array, which is referenced.
+    /// @param points the array, referenced
     explicit OrvaArrayPointReader(const OrvaPointArray& points) noexcept;
     OrvaArrayPointReader(const OrvaPointArray&&) = delete; // would be gone before it is read
     ~OrvaArrayPointReader() override;
 
+    /// @copydoc OrvaPointReader::Probe
     bool Probe(void* argument) override;
     bool ReadPoint(double* x, double* y, double* z, bool* atEnd) override;
     void Reset() override;
+    /// @return the points that the array has now
     UINT GetPointCount() const override;
 
 private:

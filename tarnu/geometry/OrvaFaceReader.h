@@ -20,7 +20,7 @@ public:
     virtual bool ReadFace(OrvaPointArray& face) = 0;
     /// Starts again at the first face.
     virtual void Reset() = 0;
-    /// Faces held.
+    /// @return the faces held, read or not
     virtual UINT GetFaceCount() const = 0;
     /// Smallest and largest x and y of all vertices; what they are without any differs between the readers. Null
     /// pointers are skipped.

@@ -19,6 +19,7 @@ public:
 
     bool ReadFace(OrvaPointArray& face) override;
     void Reset() override;
+    /// @return the polygons added
     UINT GetFaceCount() const override;
     /// Without points the minima are the largest finite number and the maxima its negative.
     /// @param minX,minY,maxX,maxY receive the extents; each may be null

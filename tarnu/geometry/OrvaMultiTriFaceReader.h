@@ -16,8 +16,11 @@ public:
 
     bool ReadFace(OrvaPointArray& face) override;
     void Reset() override;
+    /// @return the triangles added
     UINT GetFaceCount() const override;
-    /// Without points the minima are the largest finite number and the maxima its negative. Returns the points visited.
+    /// Without points the minima are the largest finite number and the maxima its negative.
+    /// @param minX,minY,maxX,maxY receive the extents; each may be null
+    /// @return the points visited: three for each triangle
     UINT GetExtents(double* minX, double* minY, double* maxX, double* maxY) const override;
     /// Adds a triangle of the first three points; a face of fewer adds nothing.
     /// @param face three points; those behind them are ignored

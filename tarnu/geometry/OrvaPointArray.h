@@ -23,36 +23,50 @@ public:
     /// @param growthStep points by which the array grows at least
     explicit OrvaPointArray(int capacity = 0, int growthStep = 8);
     /// An array over points of the caller's.
+    /// @param points referenced until the first change
     explicit OrvaPointArray(std::span<const OrvaPoint3d> points);
-    /// @{
-    /// Copies and moves; a copy owns its points, a moved array keeps referring to a span.
+    /// A copy that owns its points.
+    /// @param other stays as it is
     OrvaPointArray(const OrvaPointArray& other);
+    /// Copies; the array owns its points then.
+    /// @param other stays as it is; may be this array
+    /// @return this array
     OrvaPointArray& operator=(const OrvaPointArray& other);
+    /// Takes over points, or the reference to those of a span.
+    /// @param other is empty then
     OrvaPointArray(OrvaPointArray&& other) noexcept;
+    /// Takes over points, or the reference to those of a span.
+    /// @param other is empty then, unless it is this array
+    /// @return this array
     OrvaPointArray& operator=(OrvaPointArray&& other) noexcept;
-    /// @}
     ~OrvaPointArray();
 
-    /// The number of points.
+    /// @return the number of points
     int GetLength() const noexcept { return static_cast<int>(GetPoints().size()); }
-    /// True without points.
+    /// @return whether there are no points
     bool IsEmpty() const noexcept { return GetPoints().empty(); }
-    /// The point at a zero-based index, which must be less than the length.
+    /// One point.
+    /// @param index zero-based, less than the length; not checked
+    /// @return the point; valid until the next change
     const OrvaPoint3d& operator[](int index) const noexcept { return GetPoints()[static_cast<std::size_t>(index)]; }
-    /// All points; valid until the next change.
+    /// @return all points; valid until the next change
     std::span<const OrvaPoint3d> GetPoints() const noexcept {
         return m_borrowed.data() != nullptr ? m_borrowed : std::span<const OrvaPoint3d>(m_points);
     }
-    /// The first point; iterators are valid until the next change.
+    /// @return an iterator on the first point; iterators are valid until the next change
     auto begin() const noexcept { return GetPoints().begin(); }
-    /// Behind the last point.
+    /// @return the iterator behind the last point
     auto end() const noexcept { return GetPoints().end(); }
 
-    /// Appends a point, which may be one of this array's.
+    /// Appends a point.
+    /// @param point copied; may be one of this array's
     void Append(const OrvaPoint3d& point);
-    /// Appends points in order; they may be this array's own.
+    /// Appends points in order.
+    /// @param points copied; may be this array's own
     void Append(std::span<const OrvaPoint3d> points);
-    /// Replaces the point at a zero-based index, which must be less than the length.
+    /// Replaces a point.
+    /// @param index zero-based, less than the length; not checked
+    /// @param point copied; may be one of this array's
     void SetAt(int index, const OrvaPoint3d& point);
     /// Removes all points; the room for them stays.
     void Clear() noexcept;

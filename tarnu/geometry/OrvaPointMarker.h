@@ -15,7 +15,8 @@
 /// Ownership: owns its block of bits.
 class TARNU_API OrvaPointMarker {
 public:
-    /// An empty set whose bit 0 stands for @p base.
+    /// An empty set.
+    /// @param base the number that bit 0 stands for
     explicit OrvaPointMarker(UINT base) noexcept : m_base(base) {}
     virtual ~OrvaPointMarker();
     OrvaPointMarker(const OrvaPointMarker&) = delete;
@@ -34,21 +35,28 @@ public:
     /// @param number the point number
     void Mark(UINT number) noexcept;
     /// Takes a number out of the set; grows and ignores as Mark does.
+    /// @param number the point number
     void Unmark(UINT number) noexcept;
-    /// True when the set holds the number.
+    /// Whether the set holds a number.
+    /// @param number the point number
+    /// @return nonzero when it does; 0 also for a number that can't be held
     BOOL IsMarked(UINT number) const noexcept;
 
-    /// The base.
+    /// @return the base
     UINT GetFirst() const noexcept { return m_base; }
-    /// One past the last number that is held.
+    /// @return one past the last number that there is a bit for; the base for an empty set
     UINT GetEnd() const noexcept { return static_cast<UINT>(m_base + m_bitCount); }
 
     /// @{
-    /// Bits by zero-based index, which is not checked: it must be less than the size.
+    /// Sets or clears a bit.
+    /// @param index zero-based, less than the size; not checked
     void SetBit(std::uint64_t index) noexcept;
     void ClearBit(std::uint64_t index) noexcept;
-    BOOL TestBit(std::uint64_t index) const noexcept;
     /// @}
+    /// Reads a bit.
+    /// @param index zero-based, less than the size; not checked
+    /// @return nonzero when it is set
+    BOOL TestBit(std::uint64_t index) const noexcept;
 
 private:
     friend class OrvaSortedPointString; // reads whole words

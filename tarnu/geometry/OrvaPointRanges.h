@@ -31,29 +31,37 @@ public:
         using iterator_concept = std::input_iterator_tag;
         using value_type = Range;
         using difference_type = std::ptrdiff_t;
+        /// @}
 
+        /// Starts the walk of a string.
+        /// @param points  referenced
         explicit Iterator(OrvaPointString& points) : m_points(&points) {
             points.GetFirstRange(&m_range.start, &m_range.end);
         }
+        /// @return the range; means nothing at the end
         Range operator*() const noexcept { return m_range; }
+        /// Goes on to the next range. @return this iterator
         Iterator& operator++() {
             m_points->GetNextRange(&m_range.start, &m_range.end);
             return *this;
         }
+        /// Goes on to the next range.
         void operator++(int) { ++*this; }
+        /// @return whether the walk has met the end of the text or a bad token
         bool operator==(std::default_sentinel_t) const { return m_points->IsDone() != FALSE; }
-        /// @}
 
     private:
         OrvaPointString* m_points;
         Range m_range;
     };
 
-    /// The ranges of a point string, which is referenced.
+    /// The ranges of a point string.
+    /// @param points  referenced
     explicit OrvaPointRanges(OrvaPointString& points) noexcept : m_points(points) {}
-    /// Starts the walk.
+    /// Starts the walk anew.
+    /// @return an iterator on the first range
     Iterator begin() const { return Iterator(m_points); }
-    /// The end of the walk.
+    /// @return what an iterator equals at the end of the walk
     std::default_sentinel_t end() const noexcept { return {}; }
 
 private:

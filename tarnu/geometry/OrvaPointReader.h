@@ -12,6 +12,8 @@
 class TARNU_API OrvaPointReader {
 public:
     /// A question that both readers answer with false.
+    /// @param argument not looked at by them
+    /// @return false
     virtual bool Probe(void* argument) = 0;
     /// Delivers the next point. Null pointers are skipped.
     /// @param x,y,z receive the coordinates; each may be null
@@ -20,7 +22,7 @@ public:
     virtual bool ReadPoint(double* x, double* y, double* z, bool* atEnd) = 0;
     /// Starts again at the first point.
     virtual void Reset() = 0;
-    /// Points held.
+    /// @return the points held, read or not
     virtual UINT GetPointCount() const = 0;
     virtual ~OrvaPointReader();
 };

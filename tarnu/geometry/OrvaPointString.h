@@ -33,13 +33,18 @@ class TARNU_API OrvaPointString {
 public:
     /// An empty text.
     OrvaPointString();
-    /// A copy of a text; null counts as empty.
+    /// A copy of a text.
+    /// @param text need not be valid; null counts as empty
     OrvaPointString(const wchar_t* text); // NOLINT: a text is a point string wherever one is wanted
-    /// The same, sharing the text.
+    /// Shares a text.
+    /// @param text need not be valid
     OrvaPointString(const CString& text); // NOLINT
     /// Copies everything, a walk in progress included; the copy counts as modified.
+    /// @param other stays as it is
     OrvaPointString(const OrvaPointString& other);
     /// As Assign.
+    /// @param other whose text is taken
+    /// @return this object
     OrvaPointString& operator=(const OrvaPointString& other);
 
     virtual ~OrvaPointString();
@@ -58,48 +63,57 @@ public:
     /// @param sorted nonzero for ascending
     virtual void Normalize(BOOL sorted);
 
-    /// Starts a number walk. Writes nothing when the text is blank.
+    /// Starts a number walk.
+    /// @param number receives the first number, nothing when the text is blank; may be null
     virtual void GetFirst(UINT* number);
     /// Goes on to the next number.
+    /// @param number receives it; may be null
     virtual void GetNext(UINT* number);
-    /// Starts a range walk; a downward range has @p start above @p end. Writes nothing when the text is blank.
+    /// Starts a range walk; a single number is a range of its own.
+    /// @param start,end receive the first range, nothing when the text is blank; @p start is above @p end in a downward
+    ///                  range; each may be null
     virtual void GetFirstRange(UINT* start, UINT* end);
     /// Goes on to the next range.
+    /// @param start,end receive it; each may be null
     virtual void GetNextRange(UINT* start, UINT* end);
-    /// True when the walk has met the end of the text or a bad token.
+    /// Whether the walk is over.
+    /// @return nonzero when it has met the end of the text or a bad token
     virtual BOOL IsDone() const;
 
     /// A text of the owner's, which the class keeps and does not interpret.
+    /// @param text copied; null counts as empty
     virtual void SetLabel(const wchar_t* text);
-    /// Whether the label is not empty.
+    /// @return nonzero when the label is not empty
     virtual BOOL HasLabel() const;
-    /// The label; empty at first.
+    /// @return the label, empty at first; belongs to this object
     virtual const CString& GetLabel() const;
 
-    /// Checks the whole text; ends a walk. False, once, when the walk before met a bad token.
+    /// Checks the whole text; ends a walk.
+    /// @return 0 when the text has a bad token; also, once, when the walk before met one
     virtual BOOL IsValid();
     /// The numbers that the text names up to its first bad token; starts with a walk of its own.
     /// @return their sum in 32 bits; a downward range adds end - start + 1, wrapped: "10-7" counts 4294967294
     virtual UINT GetCount();
 
-    /// The text as it was given or rewritten last.
+    /// @return the text as it was given or rewritten last; belongs to this object
     const CString& GetText() const noexcept { return m_text; }
     /// Replaces the text and ends a walk; the label stays.
+    /// @param text shared; need not be valid
     void SetText(const CString& text);
-    /// The same.
+    /// As GetText.
     operator const CString&() const noexcept { return m_text; } // NOLINT: the reverse of construction
 
     /// Set by every constructor and every change of the text or its numbers, cleared by nobody but the owner.
+    /// @return nonzero when it is set
     BOOL IsModified() const noexcept { return m_modified; }
-    /// Sets or clears the flag.
+    /// Sets or clears the flag of IsModified.
+    /// @param modified nonzero sets it
     void SetModified(BOOL modified) noexcept { m_modified = modified; }
 
 protected:
-    /// The token cut last, and what a walk has not yet parsed.
-    /// @{
-    /// The token cut last, and what a walk has not yet parsed.
+    /// What a walk has not yet parsed.
+    /// @return the text behind the token that was cut last; empty without a walk
     CString GetRemaining() const { return m_walk.Mid(m_position, m_walkEnd - m_position); }
-    /// @}
 
     CString m_text;         ///< the text
     BOOL m_modified = TRUE; ///< see IsModified

@@ -13,16 +13,18 @@ class TARNU_API OrvaSingleFaceReader : public OrvaFaceReader {
 public:
     /// @param face the face; null is an empty one
     explicit OrvaSingleFaceReader(const OrvaPointArray* face) noexcept;
-    /// Reads a face, which is referenced.
+    /// @param face the face, referenced
     explicit OrvaSingleFaceReader(const OrvaPointArray& face) noexcept;
     OrvaSingleFaceReader(const OrvaPointArray&&) = delete; // would be gone before it is read
     ~OrvaSingleFaceReader() override;
 
     bool ReadFace(OrvaPointArray& face) override;
     void Reset() override;
-    /// 1, also for an empty face.
+    /// @return 1, also for an empty face
     UINT GetFaceCount() const override;
-    /// Without points the minima are positive and the maxima negative infinity. Returns the points visited.
+    /// Without points the minima are positive and the maxima negative infinity.
+    /// @param minX,minY,maxX,maxY receive the extents; each may be null
+    /// @return the points visited
     UINT GetExtents(double* minX, double* minY, double* maxX, double* maxY) const override;
 
 private:

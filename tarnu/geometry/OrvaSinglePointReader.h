@@ -13,13 +13,15 @@
 class TARNU_API OrvaSinglePointReader : public OrvaPointReader {
 public:
     /// Delivers the point of these coordinates.
+    /// @param x,y,z the coordinates
     OrvaSinglePointReader(double x, double y, double z) noexcept;
     ~OrvaSinglePointReader() override;
 
+    /// @copydoc OrvaPointReader::Probe
     bool Probe(void* argument) override;
     bool ReadPoint(double* x, double* y, double* z, bool* atEnd) override;
     void Reset() override;
-    /// Always 1.
+    /// @return 1, always
     UINT GetPointCount() const override;
 
 private:

@@ -24,14 +24,17 @@ public:
     OrvaSortedPointString& operator=(const OrvaSortedPointString&) = delete;
 
     /// As Add, with OrvaPointStringParseNumber of the text: one number, not a range.
+    /// @param number a text; null gives 0
     virtual void AddString(const wchar_t* number);
-    /// Puts a number into the set; 0 and numbers above 0xFFFFFBFF are ignored.
+    /// Puts a number into the set.
+    /// @param number 0 and numbers above 0xFFFFFBFF are ignored
     virtual void Add(UINT number);
     /// Replaces the text by the numbers of the set. Numbers above 2147483647 are written as negative ones.
     virtual void BuildText();
     /// Empties the text and the set.
     virtual void Clear();
     /// Takes a number out of the set.
+    /// @param number one that the set does not hold is ignored
     virtual void Remove(UINT number);
 
 private:

@@ -21,8 +21,10 @@ public:
     OrvaUnsortedPointString& operator=(const OrvaUnsortedPointString&) = delete;
 
     /// As Add, with OrvaPointStringParseNumber of the text: one number, not a range.
+    /// @param number a text; null gives 0
     virtual void AddString(const wchar_t* number);
-    /// Adds a number, any number, to those that wait for BuildText; dropped when memory runs out.
+    /// Adds a number to those that wait for BuildText; it is dropped when memory runs out.
+    /// @param number any number, also 0
     virtual void Add(UINT number);
     /// Appends the waiting numbers to the text: neighbours, upward or downward, as ranges, repetitions as they are. The
     /// text's trailing white space goes, even when no number waits.

@@ -25,17 +25,24 @@ public:
         using iterator_concept = std::input_iterator_tag;
         using value_type = OrvaPoint3d;
         using difference_type = std::ptrdiff_t;
+        /// @}
 
+        /// Reads the next point of a reader.
+        /// @param reader  referenced
         explicit Iterator(OrvaPointReader& reader) : m_reader(&reader) { ++*this; }
+        /// @return the point, in the iterator, until it moves on
         const OrvaPoint3d& operator*() const noexcept { return m_point; }
+        /// @return the point, in the iterator, until it moves on
         const OrvaPoint3d* operator->() const noexcept { return &m_point; }
+        /// Reads the next point. @return this iterator
         Iterator& operator++() {
             m_isRead = m_reader->ReadPoint(&m_point.x, &m_point.y, &m_point.z, /*atEnd=*/nullptr);
             return *this;
         }
+        /// Reads the next point.
         void operator++(int) { ++*this; }
+        /// @return whether there are no more points
         bool operator==(std::default_sentinel_t) const noexcept { return !m_isRead; }
-        /// @}
 
     private:
         OrvaPointReader* m_reader;
@@ -43,15 +50,17 @@ public:
         bool m_isRead = false;
     };
 
-    /// The points of a reader, which is referenced.
+    /// The points of a reader.
+    /// @param reader  referenced
     explicit Points(OrvaPointReader& reader) noexcept : m_reader(&reader) {}
 
-    /// The first point.
+    /// Resets the reader and reads its first point.
+    /// @return an iterator on it
     Iterator begin() const {
         m_reader->Reset();
         return Iterator(*m_reader);
     }
-    /// Behind the last point.
+    /// @return what an iterator equals behind the last point
     std::default_sentinel_t end() const noexcept { return {}; }
 
 private:

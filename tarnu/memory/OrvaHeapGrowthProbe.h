@@ -26,7 +26,7 @@ public:
     /// Allocates @p count steps, then grows the block step by step, at least once.
     /// @param count steps of the first block
     /// @param unitSize bytes of a step, rounded down to a power of two. Must be positive: a step of 0 never reaches a
-    /// positive limit, and the call does not return.
+    ///                 positive limit, and the call does not return.
     /// @param limit bytes at which growing stops
     /// @return the bytes reached; 0 when not even the first block could be had
     static std::uint64_t MeasureGrowth(std::uint64_t count, std::uint64_t unitSize, std::uint64_t limit) noexcept;

@@ -25,6 +25,7 @@ public:
     explicit FunctionCallback(Function function) : m_function(std::move(function)) {}
 
     /// Calls the function.
+    /// @return what it returns, as TRUE or FALSE; TRUE when it returns nothing
     BOOL Execute() override {
         if constexpr (std::is_void_v<std::invoke_result_t<Function&>>) {
             m_function();

@@ -23,7 +23,7 @@ public:
     /// @param function  called each time it is signalled; must not throw
     FunctionHandler(HANDLE handle, Function function) : m_handle(handle), m_function(std::move(function)) {}
 
-    /// The handle.
+    /// @return the handle that was given
     HANDLE GetHandle() override { return m_handle; }
     /// Calls the function.
     void OnSignaled() override { m_function(); }

@@ -32,7 +32,8 @@ public:
     MessageSubscription(const MessageSubscription&) = delete;
     MessageSubscription& operator=(const MessageSubscription&) = delete;
 
-    /// What the server answered: S_OK while the function is subscribed.
+    /// What the server answered.
+    /// @return S_OK while the function is subscribed; E_OUTOFMEMORY when it could not be
     HRESULT GetResult() const noexcept { return m_result; }
 
 private:

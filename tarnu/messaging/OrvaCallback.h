@@ -16,7 +16,7 @@ public:
     virtual ~OrvaCallback();
     /// Nothing is copied here.
     OrvaCallback(const OrvaCallback&) = default;
-    /// Nothing is copied here.
+    /// Nothing is copied here. @return this callback
     OrvaCallback& operator=(const OrvaCallback&) = default;
 
     /// Does the callback's work.

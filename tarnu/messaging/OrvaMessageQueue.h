@@ -37,7 +37,9 @@ public:
     /// @param message  receives it; null when there is none
     /// @return OrvaServerSuccess; OrvaServerQueueEmpty, or OrvaServerQueueClosed when the queue is closed too
     virtual OrvaServerCode Peek(OrvaMessage*& message);
-    /// The same, and takes the message out: it belongs to the caller.
+    /// The same, and takes the message out.
+    /// @param message  receives it, and it belongs to the caller; null when there is none
+    /// @return as Peek
     virtual OrvaServerCode Get(OrvaMessage*& message);
     /// Sends a message to the owning thread. Messages of one poster arrive in their order.
     /// @param message what to send

@@ -21,7 +21,8 @@ public:
     /// The server has removed the handler, as OrvaServerThread::RemoveHandler asked: it is not called any more and may
     /// be deleted, here too. The default does nothing.
     virtual void OnRemoved();
-    /// The handle to watch: the same one as long as the handler is being served.
+    /// The handle to watch.
+    /// @return the same one as long as the handler is being served; the handler's to close
     virtual HANDLE GetHandle() = 0;
     /// The handle is signalled, or is a mutex that its owner abandoned. A handle that stays signalled calls again.
     virtual void OnSignaled() = 0;

@@ -59,8 +59,10 @@ protected:
     /// @return the thread's exit code, 0
     virtual DWORD Run(HANDLE started);
     /// On the server thread: enters a handler under the handle that it gives now.
+    /// @param handler belongs to the server; closed and deleted at once when memory runs out
     virtual void DoAddHandler(OrvaServerEventHandler* handler);
-    /// On the server thread: removes what is watched under @p handle.
+    /// On the server thread: removes what is watched under a handle, and tells the handler so (OnRemoved).
+    /// @param handle one that is not watched is ignored
     virtual void DoRemoveHandler(HANDLE handle);
     /// On the server thread, after all handlers are closed: the last call before the thread ends. The default does
     /// nothing.

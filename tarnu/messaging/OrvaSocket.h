@@ -14,7 +14,8 @@ public:
     OrvaSocket() noexcept = default;
     ~OrvaSocket() override;
 
-    /// The socket (a SOCKET, spelled without the header of Windows Sockets).
+    /// The socket whose events are served.
+    /// @return a SOCKET, spelled without the header of Windows Sockets; the handler's to close
     virtual UINT_PTR GetSocket() = 0;
 };
 

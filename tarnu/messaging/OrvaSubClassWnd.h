@@ -35,9 +35,11 @@ public:
     /// @return TRUE when the object is hooked now; FALSE for null, for a handle that is no window, and for a window
     ///         whose procedure cannot be replaced (another process)
     BOOL SubClass(HWND window) noexcept;
-    /// Hooks the window of @p window (borrowed); null, or an object without a window, unhooks.
+    /// Hooks the window of a window object.
+    /// @param window borrowed for the call; null, or an object without a window, unhooks
+    /// @return as for a window handle
     BOOL SubClass(CWnd* window) noexcept;
-    /// Unhooks.
+    /// Unhooks. @return FALSE
     BOOL SubClass(std::nullptr_t) noexcept { return SubClass(static_cast<HWND>(nullptr)); }
     /// Unhooks. When the last subclasser of a window goes, the procedure from before the first one is restored. An
     /// object that is not hooked is left alone.

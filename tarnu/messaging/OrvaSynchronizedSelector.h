@@ -35,9 +35,11 @@ public:
     /// @param handle a handle that was added
     /// @return the handler that was removed; null when the handle is not known
     OrvaServerEventHandler* Remove(HANDLE handle) noexcept;
-    /// The handles that are entered, also those that can't be waited on.
+    /// @return the number of handles that are entered, also of those that can't be waited on
     std::size_t GetCount() const noexcept { return m_records.size(); }
-    /// Removes any of the handles, and gives it with its handler; false when there is none.
+    /// Removes any of the handles.
+    /// @param handle,handler receive it and what it was entered with; untouched when there is none
+    /// @return false when there is none
     bool RemoveAny(HANDLE& handle, OrvaServerEventHandler*& handler) noexcept;
 
     /// Waits on the handles. Up to 64 are one wait of the system; of more, groups of 64 are waited on in turn, a few

@@ -86,6 +86,7 @@ TARNU_API OrvaWndMsgServer* OrvaGetWndMsgServer();
 namespace OrvaWndMsgServer_details {
 
 /// The second entry point to the same server.
+/// @return as the first
 TARNU_API OrvaWndMsgServer* OrvaGetWndMsgServer();
 
 } // namespace OrvaWndMsgServer_details

@@ -14,6 +14,7 @@ namespace tarnu {
 class NextWindowProc {
 public:
     /// The rest of the chain behind a subclasser.
+    /// @param owner  the subclasser, which must live as long as this is used
     explicit NextWindowProc(OrvaSubClassWnd& owner) noexcept : m_owner(&owner) {}
     /// @param message,wParam,lParam  the message as it came, or another one
     /// @return the message's result
@@ -41,9 +42,11 @@ public:
     SubClassScope(HWND window, Function function) : m_function(std::move(function)) { m_isHooked = SubClass(window); }
     ~SubClassScope() override { UnSubClass(); } // before the function goes
 
-    /// True when the constructor has hooked the window.
+    /// @return whether the constructor has hooked the window
     bool IsHooked() const noexcept { return m_isHooked != FALSE; }
     /// Calls the function.
+    /// @param message,wParam,lParam  the message as the window procedure got it
+    /// @return what the function returns
     LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override {
         return m_function(NextWindowProc(*this), message, wParam, lParam);
     }

@@ -96,7 +96,7 @@ TARNU_API CString OrvaFormatDouble(double value, int decimals);
 /// @param text an empty text reads as 0 and succeeds
 /// @param value out, in every case: what the leading part of the text converts to
 /// @return false when anything follows the number, be it white space, or when the number is too large (`1e999`); a
-/// number too far below zero (`-1e999`) gives -HUGE_VAL and true
+///         number too far below zero (`-1e999`) gives -HUGE_VAL and true
 TARNU_API bool OrvaParseDouble(const CString& text, double& value);
 
 /// Whether a text consists of zeros and points only. `0.000` does, but so does `.`.

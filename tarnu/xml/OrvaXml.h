@@ -52,9 +52,10 @@ public:
 
     // Document
 
-    /// The path that Load reads.
+    /// @return the path that Load reads
     CString GetPath() const { return m_path; }
-    /// A new reference to the document.
+    /// The document.
+    /// @return a new reference; empty when the document could not be created
     DocumentPointer GetDocument() const { return m_document; }
 
     /// Replaces the document's content by what stands at the path.
@@ -68,6 +69,8 @@ public:
     ///         loading from it, or the parse error's code. E_FAIL when there is no document or no parse-error object.
     HRESULT Load() noexcept;
     /// Stores the arguments, then loads.
+    /// @param path,asynchronous,fromStream,ownFileStream as for the constructor
+    /// @return as the other Load
     HRESULT Load(const CString& path, bool asynchronous, bool fromStream, bool ownFileStream) noexcept;
 
     /// Saves the document to a file.
@@ -82,6 +85,10 @@ public:
     ///         it or memory ran out
     bool Walk(WalkCallback callback, void* userData) const;
     /// The same with anything that can be called so, a lambda that captures for instance.
+    /// @param callback called for each node; borrowed
+    /// @param userData handed to the callback
+    /// @return true when the walk ran to its end, also without a document; false when the callback stopped it or memory
+    ///         ran out
     template <class Callback>
     requires std::is_invocable_r_v<bool, Callback&, const CString&, IXMLDOMNode*, void*>
     bool Walk(Callback&& callback, void* userData) const {
@@ -109,17 +116,17 @@ public:
     /// Appends the root element "LandXML" with its eight attributes (namespaces, version, date and time of now, flags).
     /// @param document an empty document
     /// @return the element; empty when it could not be created and appended, or an attribute could not be set: then it
-    /// is
-    ///         taken out of the document again
+    ///         is taken out of the document again
     static ElementPointer CreateLandXMLRoot(IXMLDOMDocument* document);
-    /// The root element when its name is "LandXML", else empty.
+    /// The root element of a LandXML document.
+    /// @param document null has none
+    /// @return the element; empty when there is none or its name is not "LandXML"
     static ElementPointer GetLandXMLRoot(IXMLDOMDocument* document);
-    /// @param document what creates the element
-    /// @param parent   borrowed; null for the document
-    /// @param name     the element's name
-
     /// Creates an element and appends it to @p parent, or to the document itself when @p parent is null.
-    /// @return the appended node; empty on failure
+    /// @param document what creates the element
+    /// @param parent   null for the document
+    /// @param name     the element's name
+    /// @return the appended node; empty on failure, also for a null document
     static NodePointer CreateElement(IXMLDOMDocument* document, IXMLDOMNode* parent, const CString& name);
 
     // Attributes: getters
@@ -128,7 +135,10 @@ public:
     // element is null, the attribute missing or the value of another kind.
 
     /// @{
-    /// The value of an attribute. @return the default where there is none
+    /// The value of an attribute.
+    /// @param element null has no attributes
+    /// @param name    the attribute's name
+    /// @return the value, or the default
     static CString GetString(IXMLDOMElement* element, const CString& name);
     static bool GetBool(IXMLDOMElement* element, const CString& name) noexcept;
     static std::int16_t GetInt16(IXMLDOMElement* element, const CString& name) noexcept;
@@ -147,17 +157,29 @@ public:
     // Set the attribute, creating it where it is absent. The result is the DOM's own; E_POINTER for a null element.
 
     /// Stores a text.
+    /// @param element,name the attribute
+    /// @param value        what to store
+    /// @return the DOM's result; E_POINTER for a null element
     static HRESULT SetString(IXMLDOMElement* element, const CString& name, const CString& value) noexcept;
     /// Stores what the DOM makes of a boolean: "-1" or "0".
+    /// @param element,name the attribute
+    /// @param value        what to store
+    /// @return the DOM's result; E_POINTER for a null element
     static HRESULT SetBool(IXMLDOMElement* element, const CString& name, bool value) noexcept;
     /// @{
     /// Stores a number in decimal digits.
+    /// @param element,name the attribute
+    /// @param value        what to store
+    /// @return the DOM's result; E_POINTER for a null element
     static HRESULT SetInt16(IXMLDOMElement* element, const CString& name, std::int16_t value) noexcept;
     static HRESULT SetInt32(IXMLDOMElement* element, const CString& name, std::int32_t value) noexcept;
     static HRESULT SetInt64(IXMLDOMElement* element, const CString& name, std::int64_t value) noexcept;
     static HRESULT SetUInt32(IXMLDOMElement* element, const CString& name, std::uint32_t value) noexcept;
     /// @}
     /// Stores the number with the user's decimal separator and some 15 digits. SetXmlDouble stores the XML form.
+    /// @param element,name the attribute
+    /// @param value        what to store
+    /// @return the DOM's result; E_POINTER for a null element
     static HRESULT SetDouble(IXMLDOMElement* element, const CString& name, double value) noexcept;
 
     // Attributes: getters that report presence
@@ -165,7 +187,11 @@ public:
     // True when the attribute is there and converts to the type; @p value is untouched otherwise.
 
     /// @{
-    /// Reads an attribute. @return whether it is there and converts
+    /// Reads an attribute.
+    /// @param element null has no attributes
+    /// @param name    the attribute's name
+    /// @param value   receives the value; untouched without one
+    /// @return whether it is there and converts
     static bool TryGetString(IXMLDOMElement* element, const CString& name, CString& value);
     static bool TryGetBool(IXMLDOMElement* element, const CString& name, bool& value) noexcept;
     static bool TryGetInt16(IXMLDOMElement* element, const CString& name, std::int16_t& value) noexcept;
@@ -174,8 +200,14 @@ public:
     static bool TryGetUInt32(IXMLDOMElement* element, const CString& name, std::uint32_t& value) noexcept;
     /// @}
     /// Reads the XML form of a double ("1.5", "1e3", "INF"), whatever the user's locale is.
+    /// @param element,name the attribute
+    /// @param value        receives the number; untouched without one
+    /// @return whether the attribute is there and holds a double
     static bool TryGetDouble(IXMLDOMElement* element, const CString& name, double& value) noexcept;
     /// Stores the shortest XML form that reads back as the same double, whatever the user's locale is.
+    /// @param element,name the attribute
+    /// @param value        what to store
+    /// @return the DOM's result; E_POINTER for a null element
     static HRESULT SetXmlDouble(IXMLDOMElement* element, const CString& name, double value) noexcept;
 
 private:
@@ -193,7 +225,8 @@ private:
     bool m_comInitialized;
 };
 
-/// True from Windows 5.1 on, asked of the system once per process. Any thread.
+/// Whether the system is Windows 5.1 or later, asked of it once per process. Any thread.
+/// @return true from there on; false also when the system does not tell
 TARNU_API bool OrvaIsWindowsXPOrLater() noexcept;
 
 #endif // TARNU_XML_ORVAXML_H

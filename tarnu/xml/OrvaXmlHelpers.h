@@ -106,7 +106,12 @@ TARNU_API void OrvaXmlAddGrowingNodes(const OrvaXmlNodeArray* nodesToAdd, OrvaXm
 /// @return the appended node
 /// @throws CString "pDoc is NULL!", "pRootNode is NULL!", "pCreatedNode is NULL!", "pAppendedNode is NULL!".
 TARNU_API OrvaXmlNode OrvaXmlAppendElement(IXMLDOMDocument* document, const CString& name);
-/// The same with a text in the element; "E_FAIL" when the element does not take it.
+/// The same with a text in the element.
+/// @param document a document with a root
+/// @param name     the element's name
+/// @param text     its content
+/// @return the appended node
+/// @throws CString as above; "E_FAIL" when the element does not take the text.
 TARNU_API OrvaXmlNode OrvaXmlAppendElement(IXMLDOMDocument* document, const CString& name, const CString& text);
 /// The same with attributes.
 /// @param document   a document with a root
@@ -191,6 +196,9 @@ TARNU_API OrvaXmlNode OrvaXmlGetAttributeNode(IXMLDOMDocument* document, const C
 TARNU_API void OrvaXmlGetChildNodes(IXMLDOMDocument* document, const CString& name,
                                     OrvaXmlNodeArray* desiredChildNodes);
 /// The same under a given node.
+/// @param targetRootNode    whose children are meant
+/// @param name              name of the children
+/// @param desiredChildNodes receives references, replaced
 TARNU_API void OrvaXmlGetChildNodes(IXMLDOMNode* targetRootNode, const CString& name,
                                     OrvaXmlNodeArray* desiredChildNodes);
 /// The values of those child nodes: their own where they have one, else the text in them.
@@ -201,6 +209,9 @@ TARNU_API void OrvaXmlGetChildNodes(IXMLDOMNode* targetRootNode, const CString& 
 ///         child), "Exception on CurNode->get_nodeValue():\n…".
 TARNU_API void OrvaXmlGetChildNodes(IXMLDOMDocument* document, const CString& name, OrvaXmlStringArray* values);
 /// The same under a given node.
+/// @param targetRootNode whose children are meant
+/// @param name           name of the children
+/// @param values         receives the values, replaced
 TARNU_API void OrvaXmlGetChildNodes(IXMLDOMNode* targetRootNode, const CString& name, OrvaXmlStringArray* values);
 /// All attributes of those child nodes, one array for each.
 /// @param document   a document with a root
@@ -211,6 +222,9 @@ TARNU_API void OrvaXmlGetChildNodes(IXMLDOMNode* targetRootNode, const CString& 
 TARNU_API void OrvaXmlGetChildNodes(IXMLDOMDocument* document, const CString& name,
                                     std::vector<OrvaXmlAttributeArray>* attributes);
 /// The same under a given node.
+/// @param targetRootNode whose children are meant
+/// @param name           name of the children
+/// @param attributes     receives them, replaced
 TARNU_API void OrvaXmlGetChildNodes(IXMLDOMNode* targetRootNode, const CString& name,
                                     std::vector<OrvaXmlAttributeArray>* attributes);
 
@@ -233,6 +247,11 @@ TARNU_API OrvaXmlNode OrvaXmlFindNode(const OrvaXmlNodeArray* nodes, const CStri
 /// @}
 /// @{
 /// The first node of a list whose attribute has that value; an attribute that is missing has none.
+/// @param nodes         the nodes to look at
+/// @param attributeName the attribute's name
+/// @param value         compared as text, by case
+/// @return the node
+/// @throws CString "pNodes is NULL!", "get_Attributes failed!", "pFound is NULL!" when there is none.
 TARNU_API OrvaXmlNode OrvaXmlFindNode(IXMLDOMNodeList* nodes, const CString& attributeName, const CString& value);
 TARNU_API OrvaXmlNode OrvaXmlFindNode(const OrvaXmlNodeArray* nodes, const CString& attributeName,
                                       const CString& value);
@@ -243,6 +262,7 @@ TARNU_API OrvaXmlNode OrvaXmlFindNode(const OrvaXmlNodeArray* nodes, const CStri
 /// @param nodes     the nodes to look at
 /// @param predicate asked about each node in order, until it says yes
 /// @return the node
+/// @throws CString "pNodes is NULL!", "pFound is NULL!" when there is none.
 TARNU_API OrvaXmlNode OrvaXmlFindNode(IXMLDOMNodeList* nodes, const std::function<bool(IXMLDOMNode*)>& predicate);
 TARNU_API OrvaXmlNode OrvaXmlFindNode(const OrvaXmlNodeArray* nodes,
                                       const std::function<bool(IXMLDOMNode*)>& predicate);

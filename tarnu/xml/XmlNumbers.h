@@ -16,7 +16,9 @@
 
 namespace tarnu {
 
-/// The shortest text that reads back as exactly this double: "1.5", "-0", "1e+22", "INF", "-INF", "NaN".
+/// The shortest text that reads back as exactly the same double.
+/// @param value  any double
+/// @return the text: "1.5", "-0", "1e+22", "INF", "-INF", "NaN"
 inline CString FormatXmlDouble(double value) {
     if (std::isnan(value)) return L"NaN";
     if (std::isinf(value)) return value > 0 ? L"INF" : L"-INF";
