@@ -165,16 +165,43 @@ def plot(subject):
         *lines, *shapes, "</svg>"]) + "\n"
 
 
+def standing(peer, name):
+    """How far ahead of a peer a library variant is, by its best time."""
+    ratio = peer["library"][name]
+    if ratio > 1.1:
+        return f"behind {peer['name']}"
+    return f"as {peer['name']}" if ratio > 0.9 else f"{1 / ratio:.1f} × {peer['name']}"
+
+
+def summary(subjects):
+    """The rows of the document's first table: what each case has come to."""
+    yield "| Case | Goal | Measured | Ahead of |"
+    yield "|---|---|---|---|"
+    for subject in subjects:
+        for case in subject["cases"]:
+            libraries = [variant for variant in case["variants"] if variant["role"] == "library"]
+            for library in libraries:
+                name = f"{subject['title'].split(':')[0]}: {case['name']}"
+                name += f", {library['name']}" if len(libraries) > 1 else ""
+                goal = f"{case['goal']:g}" if case["goal"] else "–"
+                measured = f"{library['ratio']:.2f} ({library['ratio_of_minima']:.2f}) {library['verdict']}".rstrip()
+                peers = [standing(peer, library["name"]) for peer in case["variants"] if peer["role"] == "peer"]
+                yield f"| {name} | {goal} | {measured} | {', '.join(peers) or '–'} |"
+
+
 def document(results):
     """Replaces the tables in the document, each in a block that names its subject, by those of the last measuring."""
     path = ROOT / "docs" / "performance.md"
-
-    def block(match):
-        table_file = results / f"{match[2]}.txt"
-        return match[1] + (table_file.read_text() if table_file.exists() else match[3]) + "```"
-
     text = path.read_text(encoding="utf-8")
-    path.write_text(re.sub(r"(```text (\w+)\n)(.*?)```", block, text, flags=re.S), encoding="utf-8")
+    names = re.findall(r"```text (\w+)\n", text)
+    missing = [name for name in choose([]) if name not in names or not (results / f"{name}.json").exists()]
+    if missing:
+        fail(f"no place in {path.name} for, or no measuring of {', '.join(missing)}: run ./run bench first")
+    text = re.sub(r"(```text (\w+)\n).*?```", lambda match: match[1] + (results / f"{match[2]}.txt").read_text() + "```",
+                  text, flags=re.S)
+    rows = summary(json.loads((results / f"{name}.json").read_text()) for name in names)
+    text = re.sub(r"\| Case \|.*?\n\n", lambda match: "\n".join(rows) + "\n\n", text, count=1, flags=re.S)
+    path.write_text(text, encoding="utf-8")
 
 
 def main():

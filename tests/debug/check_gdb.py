@@ -54,10 +54,10 @@ def main():
     for name in ("a.txt", "b.txt"):
         (folder / name).touch()
     port = free_port()
-    served = subprocess.Popen([emulator, server, "--once", f"localhost:{port}", program, "Z:" + str(folder).replace("/", "\\")],
+    served = subprocess.Popen([emulator, server, "--once", f"127.0.0.1:{port}", program, "Z:" + str(folder).replace("/", "\\")],
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
     commands = ["set confirm off", "set width 0", "set print elements 400", "set tcp connect-timeout 60", "set sysroot",
-                f"source {ROOT / 'debug' / 'tarnu_gdb.py'}", f"target remote localhost:{port}", "break StopHere", "continue", "up"]
+                f"source {ROOT / 'debug' / 'tarnu_gdb.py'}", f"target remote 127.0.0.1:{port}", "break StopHere", "continue", "up"]
     commands += [f'echo \\n@{name}@' + f"\nprint {name}" for name in EXPECTED] + ["echo \\n", "kill"]
     script = pathlib.Path(work) / "commands.gdb"
     script.write_text("\n".join(commands) + "\n", encoding="utf-8")
