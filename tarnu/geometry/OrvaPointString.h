@@ -111,8 +111,11 @@ public:
     void SetModified(BOOL modified) noexcept { m_modified = modified; }
 
 protected:
+    /// The token that a walk has cut last, without the white space around it.
+    /// @return its text; empty before the first one
+    CString GetToken() const { return m_walk.Mid(m_tokenStart, m_tokenEnd - m_tokenStart); }
     /// What a walk has not yet parsed.
-    /// @return the text behind the token that was cut last; empty without a walk
+    /// @return the rest of the text; empty at its end
     CString GetRemaining() const { return m_walk.Mid(m_position, m_walkEnd - m_position); }
 
     CString m_text;         ///< the text

@@ -183,6 +183,33 @@ TEST(PointString, AWalkGoesOverTheTextItBeganWith) {
     EXPECT_TRUE(fresh.IsDone());
 }
 
+TEST(PointString, DerivedClassesSeeTokenAndRest) {
+    struct OpenPointString : OrvaPointString {
+        using OrvaPointString::GetRemaining;
+        using OrvaPointString::GetToken;
+        using OrvaPointString::OrvaPointString;
+    } points(L" 1 - 3 ,, 7\t,x y, 9 ");
+    EXPECT_STREQ(L"", points.GetToken());
+    EXPECT_STREQ(L"", points.GetRemaining());
+    UINT number = 0;
+    points.GetFirst(&number);
+    const std::pair<const wchar_t*, const wchar_t*> states[] = {
+        {L"1 - 3", L", 7\t,x y, 9"}, // one token for three numbers
+        {L"1 - 3", L", 7\t,x y, 9"}, {L"1 - 3", L", 7\t,x y, 9"}, {L"7", L"x y, 9"}, {L"x y", L"9"}, // a bad one
+    };
+    for (const auto& [token, remaining] : states) {
+        EXPECT_STREQ(token, points.GetToken());
+        EXPECT_STREQ(remaining, points.GetRemaining());
+        if (!points.IsDone()) points.GetNext(&number);
+    }
+    const OpenPointString copy(points);
+    EXPECT_STREQ(L"x y", copy.GetToken());
+    EXPECT_STREQ(L"9", copy.GetRemaining());
+    points.Assign(OrvaPointString(L"5"));
+    EXPECT_STREQ(L"", points.GetToken());
+    EXPECT_STREQ(L"", points.GetRemaining());
+}
+
 TEST(PointString, AssignTakesTheTextAlone) {
     OrvaPointString source(L"1-3");
     source.SetLabel(L"theirs");
