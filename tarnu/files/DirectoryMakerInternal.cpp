@@ -21,7 +21,15 @@ int DirectoryMaker::Make(OrvaPath path) {
     CStringList components;
     path.GetComponents(components);
     OrvaPath joined;
-    if (path.GetDrive().IsEmpty() && IsSeparator(path.GetText()[0])) joined = path.GetSeparator();
+    const OrvaPath drive = path.GetDrive();
+    const bool isRooted = IsSeparator(path.GetDirectory().GetText()[0]);
+    if (drive.IsEmpty()) {
+        if (isRooted) joined = path.GetSeparator();
+    } else if (!isRooted && !drive.HasTrailingSeparator()) {
+        // "C:" and "dir": a join would turn the drive's current directory into its root.
+        components.RemoveHead();
+        components.SetAt(components.GetHeadPosition(), drive.GetText() + components.GetHead());
+    }
 
     int failed = 0;
     for (POSITION position = components.GetHeadPosition(); position != nullptr;) {

@@ -6,17 +6,17 @@
 
 namespace {
 
-/// Puts the time between name and extension.
-OrvaPath WithTimeStamp(const OrvaPath& path, __time64_t time) {
-    OrvaPath drive;
-    OrvaPath directory;
-    OrvaPath name;
-    OrvaPath extension;
-    path.SplitPath(drive, directory, name, extension);
+/// Puts the time between name and extension. What stands before the name stays: "C:run.txt" is in the current directory
+/// of the drive, "C:\\run.txt" is not.
+OrvaPath WithTimeStamp(OrvaPath path, __time64_t time) {
     // One expects all 64 bits of the time; the low 32 go in as a signed number. Hosts rely on the short names.
     CString stamped;
-    stamped.Format(L"%s - %d%s", name.GetText().GetString(), static_cast<int>(time), extension.GetText().GetString());
-    return path.GetDriveAndDirectory() / stamped;
+    stamped.Format(L"%s - %d%s", path.GetName().GetText().GetString(), static_cast<int>(time),
+                   path.GetExtension().GetText().GetString());
+    const CString whole(path.GetText().GetString());
+    path = whole.Left(whole.GetLength() - path.GetNameAndExtension().GetText().GetLength()) + stamped;
+    path.Normalize();
+    return path;
 }
 
 } // namespace

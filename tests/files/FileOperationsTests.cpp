@@ -69,7 +69,13 @@ TEST(CreateDirectoryPath, RelativePathsStartWhereTheyShould) {
     const std::wstring rooted = folder.Path().substr(2) + L"\\rooted";
     EXPECT_EQ(OrvaCreateDirectoryPath(rooted.c_str()), 0);
     EXPECT_TRUE(IsDirectory(folder / L"rooted"));
-    EXPECT_EQ(CountEntries(folder.Path()), 3u);
+    // A drive without a separator behind it is that drive's current directory, not its root.
+    const std::wstring drive = folder.Path().substr(0, 2);
+    EXPECT_EQ(OrvaCreateDirectoryPath((drive + L"of the drive\\deeper").c_str()), 0);
+    EXPECT_TRUE(IsDirectory(folder / L"of the drive\\deeper"));
+    EXPECT_FALSE(Exists(drive + L"\\of the drive"));
+    EXPECT_EQ(OrvaCreateDirectoryPath(drive.c_str()), 0);
+    EXPECT_EQ(CountEntries(folder.Path()), 4u);
 }
 
 TEST(CreateDirectoryPath, FailsForWhatCannotBeADirectory) {

@@ -150,6 +150,18 @@ TEST(StdioFile, TheTimeStampStandsBetweenNameAndExtension) {
     EXPECT_EQ(List(folder / L"*.txt").size(), 1u);
 }
 
+TEST(StdioFile, APathBelowTheCurrentDirectoryOfADriveStaysThere) {
+    const TempFolder folder;
+    ASSERT_TRUE(::SetCurrentDirectoryW(folder.Path().c_str()));
+    const std::wstring drive = folder.Path().substr(0, 2);
+    for (const bool stamp : {false, true}) {
+        { const OrvaStdioFile file(PathOf(drive + L"run.txt"), stamp, true, 0); }
+        { const OrvaStdioFile file(PathOf(drive + L"new\\dir\\run.txt"), stamp, true, 0); }
+        EXPECT_EQ(List(folder / L"run*.txt").size(), stamp ? 2u : 1u);
+        EXPECT_EQ(List(folder / L"new\\dir\\run*.txt").size(), stamp ? 2u : 1u);
+    }
+}
+
 TEST(StdioFile, AFileThatCannotBeOpenedThrowsTheCause) {
     const TempFolder folder;
     const std::wstring held = folder.MakeFile(L"held.txt", "held");
