@@ -30,8 +30,8 @@ TARNU_API int OrvaCreateDirectoryPath(const wchar_t* path);
 
 /// Creates below @p destination every directory that a walk yields, by its path relative to the walk's root. A failure
 /// does not end the walk. No directory is looked at twice.
-/// @param destination the directory that stands for the walk's root; created
 /// @param directories an opened walk; stands at its end afterwards
+/// @param destination the directory that stands for the walk's root; created
 /// @return 1 when any directory could not be created, or could not be listed by the walk
 TARNU_API int OrvaCreateDirectories(OrvaFileMatch& directories, const wchar_t* destination);
 
@@ -54,10 +54,9 @@ TARNU_API int OrvaDeleteFile(const wchar_t* path);
 /// Copies every file that a walk yields to its relative path below @p destination, whose directories must exist. The
 /// first failure ends the walk.
 /// @param files an opened walk; stands at its end, or at the file that failed
-/// @return 1 when a file could not be copied, or a directory could not be listed by the walk
 /// @param destination the directory that stands for the walk's root
 /// @param failIfExists as for OrvaCopyFile
-/// @return 1 when a file could not be copied
+/// @return 1 when a file could not be copied, or a directory could not be listed by the walk
 TARNU_API int OrvaCopyFiles(OrvaFileMatch& files, const wchar_t* destination, int failIfExists);
 
 /// Deletes every file that a walk yields; failures do not end the walk.
