@@ -48,6 +48,7 @@ thread_local OrvaSubClassWnd::Delivery* OrvaSubClassWnd::Delivery::s_innermost =
 /// belong to the thread of its window.
 struct OrvaSubClassWnd::Chain {
     static OrvaSubClassWnd* Head(HWND window) noexcept;
+    static WNDPROC RememberedProcedure(HWND window) noexcept;
     static bool Contains(HWND window, const OrvaSubClassWnd* object) noexcept;
     static bool Attach(HWND window, OrvaSubClassWnd* object) noexcept;
     static void Detach(OrvaSubClassWnd* object) noexcept;
@@ -57,15 +58,24 @@ struct OrvaSubClassWnd::Chain {
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 private:
-    using Heads = std::map<HWND, OrvaSubClassWnd*>;
+    /// What is known of one window.
+    struct Entry {
+        OrvaSubClassWnd* head = nullptr; ///< null when only the procedure is kept
+        /// The window's own one, once a foreign subclasser may put the shared procedure back without a chain. Kept
+        /// here, where there is room already: nothing may fail when the last subclasser unhooks.
+        WNDPROC remembered = nullptr;
+    };
+    using Entries = std::map<HWND, Entry>;
 
     // Left to the end of the process on purpose: static destructors that run later still destroy subclassed windows.
-    static Heads& AllHeads() noexcept {
-        alignas(Heads) static std::byte storage[sizeof(Heads)];
-        static Heads& heads = *::new (storage) Heads;
-        return heads;
+    static Entries& AllEntries() noexcept {
+        alignas(Entries) static std::byte storage[sizeof(Entries)];
+        static Entries& entries = *::new (storage) Entries;
+        return entries;
     }
-    static void EraseHead(HWND window) noexcept;
+    static void SetHead(HWND window, OrvaSubClassWnd* head) noexcept;
+    static void Remember(HWND window, WNDPROC procedure) noexcept;
+    static void Forget(HWND window) noexcept;
 
     static SRWLOCK s_lock;
 };
@@ -74,20 +84,12 @@ SRWLOCK OrvaSubClassWnd::Chain::s_lock = SRWLOCK_INIT;
 
 namespace {
 
-/// Holds a window's own procedure where the shared one can find it after the chain is gone: a foreign subclasser that
-/// hooked on top of the chain puts the shared procedure back when it unhooks.
-constexpr wchar_t ownProcedureProperty[] = L"OrvaSubClassWnd.OwnProcedure";
-
 WNDPROC ReplaceProcedure(HWND window, WNDPROC procedure) noexcept {
     return reinterpret_cast<WNDPROC>(::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
 }
 
 WNDPROC CurrentProcedure(HWND window) noexcept {
     return reinterpret_cast<WNDPROC>(::GetWindowLongPtrW(window, GWLP_WNDPROC));
-}
-
-WNDPROC RememberedProcedure(HWND window) noexcept {
-    return reinterpret_cast<WNDPROC>(::GetPropW(window, ownProcedureProperty));
 }
 
 // The procedures of ANSI windows are tokens that only CallWindowProcW can call; null it answers with 0.
@@ -119,9 +121,16 @@ private:
 
 OrvaSubClassWnd* OrvaSubClassWnd::Chain::Head(HWND window) noexcept {
     const SrwSharedLock lock(s_lock);
-    const Heads& heads = AllHeads();
-    const auto found = heads.find(window);
-    return found != heads.end() ? found->second : nullptr;
+    const Entries& entries = AllEntries();
+    const auto found = entries.find(window);
+    return found != entries.end() ? found->second.head : nullptr;
+}
+
+WNDPROC OrvaSubClassWnd::Chain::RememberedProcedure(HWND window) noexcept {
+    const SrwSharedLock lock(s_lock);
+    const Entries& entries = AllEntries();
+    const auto found = entries.find(window);
+    return found != entries.end() ? found->second.remembered : nullptr;
 }
 
 bool OrvaSubClassWnd::Chain::Contains(HWND window, const OrvaSubClassWnd* object) noexcept {
@@ -131,17 +140,32 @@ bool OrvaSubClassWnd::Chain::Contains(HWND window, const OrvaSubClassWnd* object
     return element != nullptr;
 }
 
-void OrvaSubClassWnd::Chain::EraseHead(HWND window) noexcept {
+/// Changes the head of a window that has an entry; null ends the chain.
+void OrvaSubClassWnd::Chain::SetHead(HWND window, OrvaSubClassWnd* head) noexcept {
     const SrwExclusiveLock lock(s_lock);
-    AllHeads().erase(window);
+    const auto found = AllEntries().find(window);
+    found->second.head = head;
+    if (head == nullptr && found->second.remembered == nullptr) AllEntries().erase(found);
+}
+
+/// Keeps the own procedure of a window that has an entry until the window is destroyed.
+void OrvaSubClassWnd::Chain::Remember(HWND window, WNDPROC procedure) noexcept {
+    const SrwExclusiveLock lock(s_lock);
+    // The end of a window without a chain is not seen here.
+    std::erase_if(AllEntries(), [](const auto& entry) { return !entry.second.head && !::IsWindow(entry.first); });
+    AllEntries().find(window)->second.remembered = procedure;
+}
+
+void OrvaSubClassWnd::Chain::Forget(HWND window) noexcept {
+    const SrwExclusiveLock lock(s_lock);
+    AllEntries().erase(window);
 }
 
 bool OrvaSubClassWnd::Chain::Attach(HWND window, OrvaSubClassWnd* object) noexcept {
     OrvaSubClassWnd* oldHead = nullptr;
     try {
         const SrwExclusiveLock lock(s_lock);
-        OrvaSubClassWnd*& head = AllHeads()[window];
-        oldHead = std::exchange(head, object);
+        oldHead = std::exchange(AllEntries()[window].head, object);
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -152,7 +176,7 @@ bool OrvaSubClassWnd::Chain::Attach(HWND window, OrvaSubClassWnd* object) noexce
     }
     WNDPROC replaced = ReplaceProcedure(window, &Procedure);
     if (replaced == nullptr) {
-        EraseHead(window);
+        SetHead(window, nullptr);
         return false;
     }
     // A foreign subclasser may have put the shared procedure back: the window's own one was remembered then.
@@ -172,22 +196,17 @@ void OrvaSubClassWnd::Chain::Detach(OrvaSubClassWnd* object) noexcept {
         while (element->m_next != object)
             element = element->m_next;
         element->m_next = next;
-    } else if (next != nullptr) {
-        const SrwExclusiveLock lock(s_lock);
-        AllHeads().find(window)->second = next;
     } else {
-        EraseHead(window);
-        if (object->m_previous != nullptr && ::IsWindow(window)) {
+        if (next == nullptr && object->m_previous != nullptr && ::IsWindow(window)) {
             // Hosts rely on getting back the procedure from before the first subclasser, also when a foreign one
             // hooked on top meanwhile: it is cut off.
             // Where the shared procedure may come back, or stays because it can't be replaced, it has to find the
             // window's own one.
             const bool isForeign = CurrentProcedure(window) != &Procedure;
             const bool isRestored = ReplaceProcedure(window, object->m_previous) != nullptr;
-            if (isForeign || !isRestored) {
-                ::SetPropW(window, ownProcedureProperty, reinterpret_cast<HANDLE>(object->m_previous));
-            }
+            if (isForeign || !isRestored) Remember(window, object->m_previous);
         }
+        SetHead(window, next);
     }
 }
 
@@ -200,7 +219,7 @@ void OrvaSubClassWnd::Chain::DetachAll(HWND window) noexcept {
     for (Delivery* delivery = Delivery::s_innermost; delivery != nullptr; delivery = delivery->outer) {
         if (delivery->window == window) delivery->previous = nullptr;
     }
-    ::RemovePropW(window, ownProcedureProperty);
+    Forget(window);
 }
 
 LRESULT OrvaSubClassWnd::Chain::Call(OrvaSubClassWnd* object, Delivery*& innermost, HWND window, UINT message,

@@ -245,7 +245,6 @@ void AddWindows(std::vector<SystemCall*>& calls) {
                      COVER(DestroyWindow, {FALSE, ERROR_ACCESS_DENIED, Report::LastError, /*performs=*/true}, nullptr,
                            [](HWND window) { Release(Resource::Window, FromWindow(window)); }),
                      COVER(EnumWindows, {FALSE, ERROR_NOT_ENOUGH_MEMORY}),
-                     COVER(GetPropW, {nullptr, ERROR_FILE_NOT_FOUND}),
                      COVER(MessageBoxW, {0, ERROR_NOT_ENOUGH_MEMORY}),
                      COVER(PostMessageW, {FALSE, ERROR_NOT_ENOUGH_QUOTA}),
                      COVER(RegisterClassExW, {0, ERROR_NOT_ENOUGH_MEMORY},
@@ -254,7 +253,6 @@ void AddWindows(std::vector<SystemCall*>& calls) {
                            }),
                      COVER(UnregisterClassW, {FALSE, ERROR_CLASS_HAS_WINDOWS, Report::LastError, /*performs=*/true},
                            nullptr, [](LPCWSTR name, HINSTANCE) { Release(Resource::WindowClass, name); }),
-                     COVER(SetPropW, {FALSE, ERROR_NOT_ENOUGH_MEMORY}),
                      COVER(SetWindowLongPtrW, {0, ERROR_INVALID_WINDOW_HANDLE}),
                  });
 }
@@ -310,7 +308,7 @@ const std::vector<Excuse>& Excuses() {
          "GetWindowThreadProcessId GetWindowLongPtrW"},
         {"pauses, or dispatches what waits; has no failure",
          "Sleep SleepEx PeekMessageW DispatchMessageW PostQuitMessage DefWindowProcW CallWindowProcW SendMessageW "
-         "OutputDebugStringW CoUninitialize GlobalUnlock RemovePropW VariantInit"},
+         "OutputDebugStringW CoUninitialize GlobalUnlock VariantInit"},
         {"ends a thread that did not end by itself; the scenarios let none come so far", "TerminateThread"},
         {"computes in memory only",
          "CompareFileTime CompareStringOrdinal CharLowerBuffW CharUpperBuffW lstrlenW PathIsRootW PathRemoveFileSpecW "
@@ -337,8 +335,7 @@ const std::vector<Excuse>& Unreached() {
         {"called once, by a thread that starts; without it a drive without a medium asks the user",
          "SetThreadErrorMode"},
         {"called at the end of the process only", "DestroyWindow UnregisterClassW"},
-        {"called only where something else has failed before",
-         "GetExitCodeThread _close GetErrorInfo GetPropW SetPropW"},
+        {"called only where something else has failed before", "GetExitCodeThread _close GetErrorInfo"},
         {"needs a host module beside the library", "FreeLibrary GetProcAddress"},
         {"needs a link that can be read, which Wine does not make", "CreateSymbolicLinkW"},
         {"asked once in the life of the process", "GetVersionExW"},

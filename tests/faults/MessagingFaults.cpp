@@ -217,5 +217,28 @@ TEST(MessagingFaults, EndOfSubclassing) {
     });
 }
 
+WNDPROC foreignPrevious = nullptr;
+LRESULT CALLBACK ForeignProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    return ::CallWindowProcW(foreignPrevious, window, message, wParam, lParam);
+}
+WNDPROC Exchange(HWND window, WNDPROC procedure) {
+    return reinterpret_cast<WNDPROC>(::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure)));
+}
+
+TEST(MessagingFaults, EndOfSubclassingUnderAForeignSubclasser) {
+    Inject([](Trial& trial) {
+        std::string log;
+        TestWindow window(log);
+        Subclasser subclasser(log);
+        EXPECT_TRUE(subclasser.SubClass(window.Handle()));
+        foreignPrevious = Exchange(window.Handle(), &ForeignProcedure);
+        trial.Operate([&] { subclasser.UnSubClass(); });
+        window.Send();
+        Exchange(window.Handle(), foreignPrevious); // puts back what it found: the procedure that all chains share
+        window.Send();
+        EXPECT_EQ(log, "window window ") << "the window's own procedure is lost";
+    });
+}
+
 } // namespace
 } // namespace tarnu::test::faults
