@@ -124,7 +124,7 @@ void FileEventLoop::DoDueWork() noexcept {
 DWORD FileEventLoop::MillisecondsToDueWork() const noexcept {
     ULONGLONG due = ~0ull;
     const ULONGLONG now = ::GetTickCount64();
-    if (!m_backlog.empty()) due = now + backlogInterval;
+    if (m_firstUnposted != nullptr) due = now + backlogInterval;
     if (!m_pending.empty()) due = std::min(due, m_pending.front()->checkDue);
     if (m_looksDue != 0) due = std::min(due, m_looksDue);
     if (!m_watches.empty()) due = std::min(due, m_directoriesDue);
@@ -226,7 +226,7 @@ void FileEventLoop::Register(FileRecord& record) noexcept {
         error = AddToWatch(record, directory.GetText());
     } catch (const std::bad_alloc&) {
     }
-    if (error != 0) Post(WM_REPORT_ERROR, error, record);
+    if (error != 0) Post(record.unpostedError, error);
 }
 
 DWORD FileEventLoop::AddToWatch(FileRecord& record, const CString& directory) {
@@ -295,8 +295,7 @@ void FileEventLoop::Unregister(FileRecord& record) noexcept {
             m_directories.erase(m_directories.find(watch->key));
         }
     }
-    record.isReturned = true; // the host may free it from here on
-    Post(WM_UNREGISTER_FILE, /*wParam=*/0, record);
+    Post(record.unpostedReturn, /*wParam=*/0);
 }
 
 void FileEventLoop::CloseWatch(DirectoryWatch& watch) noexcept {
@@ -314,7 +313,7 @@ void FileEventLoop::FailWatch(DirectoryWatch& watch, DWORD error) noexcept {
     for (FileRecord* record : watch.records) {
         record->watchHandle = nullptr;
         record->skipsPendingCheck = false;
-        Post(WM_REPORT_ERROR, error, *record);
+        Post(record->unpostedError, error);
     }
 }
 
@@ -370,7 +369,7 @@ void FileEventLoop::CheckFile(FileRecord& record) noexcept {
         seen.ftLastAccessTime = now.ftLastAccessTime;
         mask |= FILE_NOTIFY_CHANGE_LAST_ACCESS;
     }
-    if (mask != 0) Post(WM_FILE_NOTIFY, mask, record);
+    if (mask != 0) Post(record.unpostedChange, mask);
 }
 
 void FileEventLoop::LookAgain() noexcept {
@@ -401,36 +400,38 @@ void FileEventLoop::CheckDirectories() noexcept {
 
 // --- Reporting -------------------------------------------------------------------------------------------------------
 
-/// Posts in order. A queue that is full, because the host does not pump, delays and loses nothing.
-void FileEventLoop::Post(UINT message, WPARAM wParam, FileRecord& record) noexcept {
-    if (message == WM_FILE_NOTIFY && record.unpostedMask != 0) {
-        record.unpostedMask |= static_cast<DWORD>(wParam);
-        return;
-    }
-    if (PostBacklog()) {
-        if (m_host.PostMessage(message, wParam, reinterpret_cast<LPARAM>(&record))) return;
-        if (::GetLastError() == ERROR_INVALID_WINDOW_HANDLE) return; // nobody is there to hear it
-    }
-    try {
-        m_backlog.push_back({message, wParam, &record});
-        if (message == WM_FILE_NOTIFY) record.unpostedMask = static_cast<DWORD>(wParam);
-    } catch (const std::bad_alloc&) {
-        // The one loss: the host keeps a record that never comes back until it ends.
-    }
+/// Posts in order. A queue that is full, because the host does not pump, delays and loses nothing. What is told again
+/// while it waits is told once.
+void FileEventLoop::Post(UnpostedMessage& message, WPARAM wParam) noexcept {
+    const bool addsChanges = message.isWaiting && message.message == WM_FILE_NOTIFY;
+    message.wParam = addsChanges ? message.wParam | wParam : wParam;
+    if (message.isWaiting || (PostBacklog() && TryPost(message))) return;
+    message.isWaiting = true;
+    message.next = nullptr;
+    (m_lastUnposted != nullptr ? m_lastUnposted->next : m_firstUnposted) = &message;
+    m_lastUnposted = &message;
+}
+
+/// After a success the host may have freed the record, and the message with it.
+/// @return false when the queue is full
+bool FileEventLoop::TryPost(const UnpostedMessage& message) noexcept {
+    if (message.message == WM_UNREGISTER_FILE) message.record->isReturned = true;
+    return m_host.PostMessage(message.message, message.wParam, reinterpret_cast<LPARAM>(message.record)) ||
+           ::GetLastError() == ERROR_INVALID_WINDOW_HANDLE; // nobody is there to hear it
 }
 
 /// Returns whether everything is posted.
 bool FileEventLoop::PostBacklog() noexcept {
-    while (!m_backlog.empty()) {
-        const Unposted& first = m_backlog.front();
-        const WPARAM wParam = first.message == WM_FILE_NOTIFY ? first.record->unpostedMask : first.wParam;
-        if (first.message == WM_FILE_NOTIFY) first.record->unpostedMask = 0;
-        if (!m_host.PostMessage(first.message, wParam, reinterpret_cast<LPARAM>(first.record)) &&
-            ::GetLastError() != ERROR_INVALID_WINDOW_HANDLE) {
-            if (first.message == WM_FILE_NOTIFY) first.record->unpostedMask = static_cast<DWORD>(wParam);
+    while (m_firstUnposted != nullptr) {
+        UnpostedMessage& first = *m_firstUnposted;
+        UnpostedMessage* const next = first.next;
+        first.isWaiting = false; // before it is posted, while it is sure to be there
+        if (!TryPost(first)) {
+            first.isWaiting = true;
             return false;
         }
-        m_backlog.pop_front();
+        m_firstUnposted = next;
+        if (next == nullptr) m_lastUnposted = nullptr;
     }
     return true;
 }

@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <deque>
 #include <map>
 #include <memory>
 #include <vector>
@@ -53,11 +52,6 @@ private:
     struct DirectoryLess {
         bool operator()(const CString& left, const CString& right) const noexcept;
     };
-    struct Unposted {
-        UINT message;
-        WPARAM wParam;
-        FileRecord* record;
-    };
 
     bool DispatchMessages() noexcept;
     void Dispatch(const MSG& message) noexcept;
@@ -82,7 +76,8 @@ private:
     void LookAgain() noexcept;
     void CheckDirectories() noexcept;
 
-    void Post(UINT message, WPARAM wParam, FileRecord& record) noexcept;
+    void Post(UnpostedMessage& message, WPARAM wParam) noexcept;
+    bool TryPost(const UnpostedMessage& message) noexcept;
     bool PostBacklog() noexcept;
 
     OrvaWndMsgServer& m_host;
@@ -91,7 +86,8 @@ private:
     std::map<HANDLE, DirectoryWatch*> m_watches; ///< those with a handle
     std::vector<HANDLE> m_waiting;               ///< of watches without a pending check; has room for all
     std::vector<DirectoryWatch*> m_pending;      ///< by the time when their check is due; has room for all
-    std::deque<Unposted> m_backlog;              ///< what the host's full queue refused
+    UnpostedMessage* m_firstUnposted = nullptr;  ///< what the host's full queue refused, in order
+    UnpostedMessage* m_lastUnposted = nullptr;
     std::size_t m_nextGroup = 0;
     ULONGLONG m_polledAt = 0;
     ULONGLONG m_directoriesDue = 0;

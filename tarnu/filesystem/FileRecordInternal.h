@@ -3,6 +3,7 @@
 #ifndef TARNU_FILESYSTEM_FILERECORDINTERNAL_H
 #define TARNU_FILESYSTEM_FILERECORDINTERNAL_H
 
+#include "tarnu/filesystem/OrvaFileEventMessages.h"
 #include "tarnu/paths/OrvaPath.h"
 
 #include <atomic>
@@ -11,11 +12,23 @@
 namespace tarnu {
 
 struct DirectoryWatch;
+struct FileRecord;
+
+/// What the host's full queue has refused. It waits in a place of its record's own: to wait takes no memory.
+struct UnpostedMessage {
+    FileRecord* record;
+    UINT message;
+    WPARAM wParam = 0;
+    bool isWaiting = false;
+    UnpostedMessage* next = nullptr;
+};
 
 /// Made by the host; the worker's from WM_REGISTER_FILE on; the host's again when WM_UNREGISTER_FILE has come back,
 /// behind the last message that carries this address. Only then is its memory used again.
 struct FileRecord {
     FileRecord(const wchar_t* filePath, DWORD changeFilter) : path(filePath), filter(changeFilter) {}
+    FileRecord(const FileRecord&) = delete;
+    FileRecord& operator=(const FileRecord&) = delete;
 
     const OrvaPath path;
     WIN32_FILE_ATTRIBUTE_DATA snapshot{};
@@ -29,8 +42,10 @@ struct FileRecord {
     DirectoryWatch* watch = nullptr;           ///< null when the registration failed
     std::list<FileRecord*>::iterator position; ///< in the watch's list
     bool skipsPendingCheck = false;            ///< registered after the signal that the check is for
-    DWORD unpostedMask = 0;                    ///< changes that wait in the backlog
     unsigned failedLooks = 0;                  ///< in a row, at a file that is not known to be gone
+    UnpostedMessage unpostedChange{this, WM_FILE_NOTIFY};
+    UnpostedMessage unpostedError{this, WM_REPORT_ERROR};
+    UnpostedMessage unpostedReturn{this, WM_UNREGISTER_FILE};
 };
 
 } // namespace tarnu

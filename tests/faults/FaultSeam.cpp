@@ -56,9 +56,9 @@ bool Enter(SystemCall& call) noexcept {
     if (!isArmed) return false;
     const unsigned number = ++call.calls;
     const unsigned allocation = call.allocates ? ++allocations : 0;
-    const bool isMeant = currentPlan.allocations ? call.allocates : &call == currentPlan.call;
-    if (!isMeant) return false;
-    const unsigned counted = currentPlan.allocations ? allocation : number;
+    const bool isAllocation = currentPlan.allocations && call.allocates;
+    if (!isAllocation && &call != currentPlan.call) return false;
+    const unsigned counted = isAllocation ? allocation : number;
     if (counted < currentPlan.first || counted > currentPlan.last) return false;
     ++call.failures;
     hasFailed = true;
@@ -90,9 +90,9 @@ FaultSeam::FaultSeam() {
                 if (std::strcmp(call->name, import.name) != 0) continue;
                 // The test program gives back what the library handed out: only that is looked at there.
                 if (!all && call->error != 0) continue;
-                const ULONGLONG original = ExchangeImport(import.entry, call->replacement);
-                m_exchanged.push_back({import.entry, original});
-                if (call->original == 0) call->original = original;
+                // First, because the library's threads may call at once.
+                if (call->original == 0) call->original = *import.entry;
+                m_exchanged.push_back({import.entry, ExchangeImport(import.entry, call->replacement)});
             }
         }
     };

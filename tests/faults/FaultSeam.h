@@ -47,7 +47,8 @@ struct SystemCall {
     std::atomic<unsigned> failures{0}; ///< made to fail, in the whole run
 };
 
-/// Which calls fail: those from the first to the last, counted from 1, of one import or of all allocations together.
+/// Which calls fail: those from the first to the last, counted from 1, of one import, of all allocations together, or
+/// of both.
 struct Plan {
     const SystemCall* call = nullptr;
     bool allocations = false;

@@ -10,11 +10,13 @@
 #include "tarnu/filesystem/OrvaFileEventServer.h"
 #include "tarnu/support/Owners.h"
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <shlobj.h>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace tarnu::test::faults {
 namespace {
@@ -96,6 +98,49 @@ TEST(FileEventFaults, AChangeArrivesOrTheWatchIsReportedAsLost) {
         {.calls = 1, .inARow = 0, .allocations = 1});
 }
 
+const SystemCall* FindCall(std::string_view name) {
+    const auto& calls = CoveredCalls();
+    const auto found = std::find_if(calls.begin(), calls.end(), [name](auto* call) { return call->name == name; });
+    return found != calls.end() ? *found : nullptr;
+}
+
+TEST(FileEventFaults, NothingIsLostWhenQueueAndMemoryAreFullAtOnce) {
+    OrvaFileEventServer* const server = OrvaGetFileEventServer();
+    const TempFolder folder;
+    const std::wstring path = folder.MakeFile(L"watched.txt", "1");
+    const std::wstring missing = folder / L"none\\none";
+    Listener listener;
+    std::vector<OrvaFileEventCookie> cookies(100);
+    const FaultSeam seam;
+    EXPECT_TRUE(Settle(missing)); // what lives as long as the process is there
+    const auto countBlocks = [] { return FaultSeam::Outstanding()[static_cast<std::size_t>(Resource::Memory)]; };
+    const long long before = countBlocks();
+    for (OrvaFileEventCookie& cookie : cookies)
+        ASSERT_EQ(server->RegisterFile(path.c_str(), FILE_NOTIFY_CHANGE_SIZE, &listener, cookie), S_OK);
+    ASSERT_TRUE(Settle(missing));
+
+    const Plan everything{FindCall("PostMessageW"), /*allocations=*/true, /*first=*/1, /*last=*/~0u};
+    ASSERT_NE(everything.call, nullptr);
+    const auto failPosts = [&everything](auto action) {
+        FaultSeam::Prepare(everything);
+        FaultSeam::Arm();
+        action();
+        EXPECT_TRUE(PumpUntil([&everything] { return everything.call->calls >= 100; })); // at least one for each
+        FaultSeam::Disarm();
+    };
+    failPosts([&path] { WriteFile(path, "longer"); });
+    EXPECT_EQ(listener.changes, 0);
+    EXPECT_TRUE(PumpUntil([&] { return listener.changes >= 100; })) << listener.changes << " of 100 changes arrived";
+    EXPECT_TRUE(Settle(missing));
+    EXPECT_EQ(listener.changes, 100);
+
+    failPosts([&] {
+        for (const OrvaFileEventCookie cookie : cookies)
+            server->UnregisterFile(cookie);
+    });
+    EXPECT_TRUE(PumpUntil([&] { return countBlocks() <= before; })) << "the host has not got all records back";
+}
+
 /// The services of the process are created once: each fault in that has a process of its own, which runs the disabled
 /// test below.
 constexpr wchar_t faultVariable[] = L"TARNU_FAULT";
@@ -138,8 +183,7 @@ TEST(ProcessFaults, DISABLED_FirstUseOfTheFileEventServer) {
     const std::wstring fault(text);
     Plan plan{nullptr, fault.starts_with(L"memory"), 1, 1, /*poisons=*/true};
     if (plan.allocations) plan.first = plan.last = static_cast<unsigned>(std::wcstoul(text + 6, nullptr, 10));
-    for (const SystemCall* call : CoveredCalls())
-        if (fault == std::wstring(call->name, call->name + std::strlen(call->name))) plan.call = call;
+    plan.call = FindCall(std::string(fault.begin(), fault.end()));
     ASSERT_TRUE(plan.call != nullptr || plan.allocations || fault == L"none");
 
     const FaultSeam seam;
