@@ -23,11 +23,11 @@ struct ZipWriterAccess;
 /// if (writer.Close() != OrvaZipSuccess) …
 /// @endcode
 ///
-/// Names may use either separator and are stored in the format's own notation: forward slashes, no leading "./" or "/",
-/// a trailing "/" for directories, UTF-8 and flagged as such when they are not plain ASCII. Entries are compressed with
-/// deflate, except directories and files whose extension says that they are compressed already (.Z .zip .zoo .arc .lzh
-/// .arj .gz .tgz). Times are stored as local DOS time and, to 100 ns, in the NTFS extra field. Sizes and counts beyond
-/// 4 GiB and 65 534 use the zip64 records.
+/// Names may use either separator and are stored in the format's own notation: forward slashes, no drive, "./" or "/"
+/// in front, a trailing "/" for directories, UTF-8 and flagged as such when they are not plain ASCII. Entries are
+/// compressed with deflate, except directories and files whose extension says that they are compressed already (.Z .zip
+/// .zoo .arc .lzh .arj .gz .tgz). Times are stored as local DOS time and, to 100 ns, in the NTFS extra field. Sizes and
+/// counts beyond 4 GiB and 65 534 use the zip64 records.
 ///
 /// An entry that can't be read is left out: its operation fails, the archive stays good and more can be added. After an
 /// error in writing the archive itself every further operation fails with OrvaZipPreviousError. All results are also
