@@ -124,7 +124,7 @@ OrvaServerCode OrvaServerThread::QueuePacket(OrvaServerEventHandler* handler, PA
 OrvaServerCode OrvaServerThread::Stop(OrvaServerCode* code) {
     if (currentServer == this) {
         // Never wait here: the thread would wait for itself. Whoever stops, starts or destroys the server next does.
-        m_isRunning = false;
+        ClearRunningFlag(reinterpret_cast<ULONG_PTR>(this));
     } else {
         const CriticalSectionLock lock(m_startAndStop);
         if (m_thread != nullptr) JoinThread();
@@ -152,7 +152,11 @@ void OrvaServerThread::JoinThread() noexcept {
 }
 
 void CALLBACK OrvaServerThread::ClearRunningFlag(ULONG_PTR server) {
-    reinterpret_cast<OrvaServerThread*>(server)->m_isRunning = false;
+    auto* const self = reinterpret_cast<OrvaServerThread*>(server);
+    self->m_isRunning = false;
+    // The thread's wait lasts until no call is left: callers that never pause would keep it there for ever.
+    const SrwExclusiveLock lock(self->m_callLock);
+    self->m_isAccepting = 0;
 }
 
 DWORD CALLBACK OrvaServerThread::ThreadProcedure(void* parameter) {

@@ -356,6 +356,43 @@ TEST_F(ServerThread, StopComesThroughWhileAHandlerStopsToo) {
     }
 }
 
+// The server thread runs all procedure calls that wait before it looks at anything else.
+TEST_F(ServerThread, StopComesThroughWhileCallsKeepComing) {
+    class Server : public OrvaServerThread {
+    public:
+        ~Server() override { OrvaServerThread::Stop(nullptr); }
+        std::atomic<int> calls = 0;
+        bool stopsItself = false;
+
+    private:
+        void DoRemoveHandler(HANDLE) override {
+            if (++calls == 1000 && stopsItself) Stop(nullptr);
+        }
+    };
+    for (const bool stopsItself : {false, true}) {
+        SCOPED_TRACE(stopsItself ? "from within a call" : "from outside");
+        Server server;
+        server.stopsItself = stopsItself;
+        server.Start();
+        Fate fate;
+        Handler handler(fate);
+        const ULONGLONG end = ::GetTickCount64() + mustHappen;
+        const auto callUntilRefused = [&] {
+            while (server.RemoveHandler(&handler) == OrvaServerSuccess && ::GetTickCount64() < end) {
+            }
+        };
+        std::thread first(callUntilRefused);
+        std::thread second(callUntilRefused);
+        if (!stopsItself) {
+            EXPECT_TRUE(WaitUntil([&] { return server.calls > 1000; }));
+            server.Stop(nullptr);
+        }
+        first.join();
+        second.join();
+        EXPECT_LT(::GetTickCount64(), end);
+    }
+}
+
 TEST_F(ServerThread, ADerivedServerSeesTheSteps) {
     class Server : public OrvaServerThread {
     public:
