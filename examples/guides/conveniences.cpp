@@ -24,10 +24,16 @@ int CountWords(const CString& text) {
 
 // snippet
 bool Convert(const CStringList& names, bool (*convert)(const CString& name)) {
+    if (names.IsEmpty()) ORVA_LOG_ONCE(L"there is nothing to convert");
     tarnu::ProgressScope progress(L"Converting", static_cast<int>(names.GetCount()));
     for (POSITION position = names.GetHeadPosition(); position != nullptr;) {
         const CString& name = names.GetNext(position);
-        if (!convert(name)) ORVA_LOG_LIMITED(10, /*milliseconds=*/60000, L"%s was not converted", name.GetString());
+        bool isConverted = false;
+        {
+            const OrvaProgressDisabler silence; // one conversion's own steps are not shown
+            isConverted = convert(name);
+        }
+        if (!isConverted) ORVA_LOG_LIMITED(10, /*milliseconds=*/60000, L"%s was not converted", name.GetString());
         if (!progress.Step()) return false; // the user has had enough
     }
     return true;

@@ -12,6 +12,12 @@ double FirstElevation(const wchar_t* path) {
     return elevation;
 }
 
+bool Raise(IXMLDOMElement* point, double by) {
+    double elevation = 0;
+    return OrvaXml::TryGetDouble(point, L"elevation", elevation) &&
+           SUCCEEDED(OrvaXml::SetXmlDouble(point, L"elevation", elevation + by)); // "1.5", whatever the locale is
+}
+
 void ListPoints(IXMLDOMDocument* document) {
     try {
         OrvaXmlNodeArray groups;
