@@ -2,6 +2,7 @@
 
 #include "tarnu/framework/framework.h"
 
+#include "framework/Catch.h"
 #include "support/HandleCount.h"
 #include "support/TempFolder.h"
 
@@ -10,21 +11,11 @@
 
 namespace {
 
+using tarnu::test::Catch;
 using tarnu::test::CountHandles;
 using tarnu::test::Exists;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
-
-/// Runs @p action and returns the CFileException that it throws, or nothing when it throws none.
-template <class Action>
-std::unique_ptr<CFileException> Catch(Action action) {
-    try {
-        action();
-    } catch (CFileException* exception) {
-        return std::unique_ptr<CFileException>(exception);
-    }
-    return nullptr;
-}
 
 /// A path in the folder that is exactly @p length characters long.
 std::wstring PathOfLength(const TempFolder& folder, std::size_t length) {

@@ -2,16 +2,17 @@
 
 #include "tarnu/framework/framework.h"
 
+#include "framework/Catch.h"
 #include "support/HandleCount.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
+using tarnu::test::Catch;
 using tarnu::test::CountHandles;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
@@ -25,16 +26,6 @@ std::vector<std::wstring> Lines(CStdioFile& file) {
         lines.emplace_back(line.GetString(), static_cast<std::size_t>(line.GetLength()));
     EXPECT_STREQ(L"", line) << "nothing is left of the line before";
     return lines;
-}
-
-template <class Action>
-std::unique_ptr<CFileException> Catch(Action action) {
-    try {
-        action();
-    } catch (CFileException* exception) {
-        return std::unique_ptr<CFileException>(exception);
-    }
-    return nullptr;
 }
 
 // Opening
