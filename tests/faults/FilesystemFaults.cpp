@@ -2,6 +2,7 @@
 
 #include "faults/FaultDriver.h"
 #include "support/DirectoryLink.h"
+#include "support/Program.h"
 #include "support/Wait.h"
 
 #include "tarnu/files/OrvaTreeOperations.h"
@@ -145,34 +146,14 @@ TEST(FileEventFaults, NothingIsLostWhenQueueAndMemoryAreFullAtOnce) {
 /// test below.
 constexpr wchar_t faultVariable[] = L"TARNU_FAULT";
 
-DWORD RunChild(const std::string& fault) {
-    ::SetEnvironmentVariableW(faultVariable, std::wstring(fault.begin(), fault.end()).c_str());
-    wchar_t program[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::wstring command = L"\"" + std::wstring(program) +
-                           L"\" --gtest_also_run_disabled_tests --gtest_brief=1 "
-                           L"--gtest_filter=ProcessFaults.DISABLED_FirstUseOfTheFileEventServer";
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    EXPECT_TRUE(::CreateProcessW(nullptr, command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, 0, nullptr,
-                                 nullptr, &startup, &process));
-    const support::UniqueHandle thread(process.hThread);
-    const support::UniqueHandle handle(process.hProcess);
-    if (::WaitForSingleObject(handle.Get(), mustHappen) != WAIT_OBJECT_0) {
-        ::TerminateProcess(handle.Get(), 5);
-        return 5;
-    }
-    DWORD code = 99;
-    ::GetExitCodeProcess(handle.Get(), &code);
-    return code;
-}
-
 TEST(ProcessFaults, FirstUseOfTheFileEventServer) {
     for (const char* fault : {"none", "RegisterClassExW", "CreateWindowExW", "SetWindowLongPtrW", "CreateEventW",
                               "_beginthreadex", "ResumeThread", "WaitForSingleObjectEx", "SetEvent", "memory 1",
                               "memory 2", "memory 8", "memory 17", "memory 18", "memory 19", "memory 20"}) {
-        EXPECT_EQ(RunChild(fault), 0u) << fault;
+        ::SetEnvironmentVariableW(faultVariable, CString(fault));
+        Program child(L"test_faults.exe", L"--gtest_also_run_disabled_tests --gtest_brief=1 "
+                                          L"--gtest_filter=ProcessFaults.DISABLED_FirstUseOfTheFileEventServer");
+        EXPECT_EQ(child.Wait(), 0u) << fault << "\n" << child.Output() << child.Errors();
     }
     ::SetEnvironmentVariableW(faultVariable, nullptr);
 }

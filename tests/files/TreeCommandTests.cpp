@@ -1,41 +1,22 @@
 // `orva copy`, `move`, `delete`, `report` and `modified`: exit status and what they leave behind.
 
+#include "support/Program.h"
 #include "support/TempFolder.h"
-#include "support/Wait.h"
-#include "tarnu/support/Owners.h"
 
 #include <gtest/gtest.h>
 #include <string>
 
 namespace {
 
-using tarnu::support::UniqueHandle;
 using tarnu::test::Exists;
+using tarnu::test::OrvaProcess;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
 
-/// Runs the program beside this one, without a console, and gives its exit status; ended after the bound.
+/// Runs orva and gives its exit status.
 DWORD Orva(const std::wstring& arguments) {
-    wchar_t path[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring program(path);
-    program = program.substr(0, program.rfind(L'\\') + 1) + L"orva.exe";
-    std::wstring command = L'"' + program + L"\" " + arguments;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (!::CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
-                          &startup, &process)) {
-        ADD_FAILURE() << "orva did not start, error " << ::GetLastError();
-        return ~0u;
-    }
-    const UniqueHandle thread(process.hThread);
-    const UniqueHandle handle(process.hProcess);
-    EXPECT_EQ(::WaitForSingleObject(handle.Get(), tarnu::test::mustHappen), WAIT_OBJECT_0);
-    DWORD status = ~0u;
-    ::GetExitCodeProcess(handle.Get(), &status);
-    if (status == STILL_ACTIVE) ::TerminateProcess(handle.Get(), 1);
-    return status;
+    OrvaProcess orva(arguments);
+    return orva.Wait();
 }
 
 std::wstring Quoted(const std::wstring& path) {

@@ -1,6 +1,7 @@
 #include "tarnu/filesystem/OrvaFileEventServer.h"
 
 #include "support/HandleCount.h"
+#include "support/Program.h"
 #include "support/TempFolder.h"
 #include "support/Wait.h"
 #include "tarnu/filesystem/OrvaFileEventMessages.h"
@@ -20,7 +21,6 @@ namespace tarnu::test {
 namespace {
 
 using support::UniqueFileHandle;
-using support::UniqueHandle;
 
 constexpr DWORD fileName = FILE_NOTIFY_CHANGE_FILE_NAME;
 constexpr DWORD dirName = FILE_NOTIFY_CHANGE_DIR_NAME;
@@ -471,37 +471,14 @@ TEST_F(FileEvents, TheMessagesHaveNames) {
     EXPECT_STREQ(L"ORVA_WM_FILE_NOTIFY", fileNotifyMessageName);
 }
 
-/// Runs the probe beside this program, and returns its exit code.
-DWORD RunProbe(const std::wstring& arguments) {
-    wchar_t path[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    std::wstring program(path);
-    program = program.substr(0, program.rfind(L'\\') + 1) + L"file_event_probe.exe";
-    std::wstring command = L'"' + program + L"\" " + arguments;
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    EXPECT_TRUE(::CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                 &startup, &process))
-        << ::GetLastError();
-    const UniqueHandle thread(process.hThread);
-    const UniqueHandle handle(process.hProcess);
-    if (::WaitForSingleObject(handle.Get(), mustHappen) != WAIT_OBJECT_0) {
-        ::TerminateProcess(handle.Get(), 99);
-        return 99;
-    }
-    DWORD code = 98;
-    ::GetExitCodeProcess(handle.Get(), &code);
-    return code;
-}
-
 // The ends of a process, each in one of its own: 0 is what the probe returns when all its checks held.
 TEST_F(FileEvents, StopsAndEndsFromEveryState) {
     for (const wchar_t* mode :
          {L"stop", L"stop-unused", L"leave", L"leave-at-once", L"exit-on-other-thread", L"server-thread-ended",
           L"stop-in-static-destructor", L"stop-in-listener", L"stop-under-load"}) {
-        EXPECT_EQ(0u, RunProbe(std::wstring(mode) + L" \"" + m_folder.MakeFile(L"file") + L"\""))
-            << ::testing::PrintToString(std::wstring(mode));
+        Program probe(L"file_event_probe.exe", std::wstring(mode) + L" \"" + m_folder.MakeFile(L"file") + L"\"");
+        EXPECT_EQ(0u, probe.Wait()) << ::testing::PrintToString(std::wstring(mode)) << "\n"
+                                    << probe.Output() << probe.Errors();
     }
 }
 

@@ -1,5 +1,5 @@
 #include "orva/Dialogs.h"
-#include "orva/OrvaProcess.h"
+#include "support/Program.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>

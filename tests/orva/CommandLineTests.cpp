@@ -1,5 +1,5 @@
 // Command lines of every kind: what is wrong is said first and in one style, and no argument is taken for another.
-#include "orva/OrvaProcess.h"
+#include "support/Program.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>

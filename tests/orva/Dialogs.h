@@ -3,7 +3,7 @@
 #ifndef TARNU_TESTS_ORVA_DIALOGS_H
 #define TARNU_TESTS_ORVA_DIALOGS_H
 
-#include "orva/OrvaProcess.h"
+#include "support/Program.h"
 #include "support/Wait.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "orva/OrvaProcess.h"
+#include "support/Program.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -1,6 +1,6 @@
 // orva time, message, error, registry and memory.
 #include "orva/Dialogs.h"
-#include "orva/OrvaProcess.h"
+#include "support/Program.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -40,10 +40,7 @@ private:
 
 TEST(TimeCommand, RunsAProgramWithItsArgumentsAndReports) {
     const TempFolder temp;
-    wchar_t program[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::wstring path(program);
-    path = L'"' + path.substr(0, path.rfind(L'\\') + 1) + L"orva.exe\"";
+    const std::wstring path = L'"' + tarnu::test::PathBesideTest(L"orva.exe") + L'"';
     const std::wstring report = L'"' + temp / L"times.txt" + L'"';
 
     // Blanks, quotes and backslashes reach the program as they are.

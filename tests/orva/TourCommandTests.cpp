@@ -1,5 +1,5 @@
 // orva tour, zip and unzip.
-#include "orva/OrvaProcess.h"
+#include "support/Program.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>

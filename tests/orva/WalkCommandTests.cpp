@@ -1,5 +1,5 @@
 // orva tree and orva path: what they print, and how they fail.
-#include "orva/OrvaProcess.h"
+#include "support/Program.h"
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>

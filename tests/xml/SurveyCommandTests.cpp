@@ -1,7 +1,7 @@
 // orva landxml and orva xml, run as programs: point files good and bad, round trips, and the printed tree.
 
+#include "support/Program.h"
 #include "support/TempFolder.h"
-#include "tarnu/support/Owners.h"
 #include "tarnu/xml/OrvaXml.h"
 #include "tarnu/xml/XmlNumbers.h"
 
@@ -14,54 +14,18 @@
 namespace {
 
 using namespace tarnu::test;
-using tarnu::support::UniqueFileHandle;
-using tarnu::support::UniqueHandle;
 
 struct Outcome {
-    DWORD status = 999;
+    DWORD status;
     std::string output;
     std::string errors;
 };
 
-/// Runs the orva that stands beside this program; the arguments are those of a command line.
+/// Runs orva in a folder to its end.
 Outcome Orva(const TempFolder& folder, const std::wstring& arguments) {
-    wchar_t program[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-    std::wstring path = program;
-    path = path.substr(0, path.rfind(L'\\') + 1) + L"orva.exe";
-    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
-    const auto create = [&](const std::wstring& file) {
-        return UniqueFileHandle(::CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS,
-                                              FILE_ATTRIBUTE_NORMAL, nullptr));
-    };
-    UniqueFileHandle output = create(folder / L"output.txt");
-    UniqueFileHandle errors = create(folder / L"errors.txt");
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = output.Get();
-    startup.hStdError = errors.Get();
-    PROCESS_INFORMATION information = {};
-    std::wstring line = L"\"" + path + L"\" " + arguments;
-    Outcome outcome;
-    if (!::CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.Path().c_str(),
-                          &startup, &information)) {
-        ADD_FAILURE() << "orva does not start: " << ::GetLastError();
-        return outcome;
-    }
-    const UniqueHandle process(information.hProcess);
-    const UniqueHandle thread(information.hThread);
-    if (::WaitForSingleObject(process.Get(), 120000) != WAIT_OBJECT_0) {
-        ADD_FAILURE() << "orva does not end";
-        ::TerminateProcess(process.Get(), 1);
-        ::WaitForSingleObject(process.Get(), 10000);
-    }
-    ::GetExitCodeProcess(process.Get(), &outcome.status);
-    output.Reset();
-    errors.Reset();
-    outcome.output = ReadFile(folder / L"output.txt");
-    outcome.errors = ReadFile(folder / L"errors.txt");
-    return outcome;
+    OrvaProcess orva(arguments, folder.Path());
+    const DWORD status = orva.Wait(120000);
+    return {status, orva.Output(), orva.Errors()};
 }
 
 bool Contains(const std::string& text, const std::string& part) {

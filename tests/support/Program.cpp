@@ -1,0 +1,59 @@
+#include "support/Program.h"
+
+#include <gtest/gtest.h>
+
+namespace tarnu::test {
+
+std::wstring PathBesideTest(const std::wstring& name) {
+    wchar_t path[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    const std::wstring program(path);
+    return program.substr(0, program.rfind(L'\\') + 1) + name;
+}
+
+Program::Program(const std::wstring& name, const std::wstring& arguments, const std::wstring& folder) {
+    const auto capture = [this](const wchar_t* file) {
+        SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, /*bInheritHandle=*/TRUE};
+        return support::UniqueFileHandle(::CreateFileW((m_folder / file).c_str(), GENERIC_WRITE,
+                                                       FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, CREATE_ALWAYS,
+                                                       FILE_ATTRIBUTE_NORMAL, nullptr));
+    };
+    const support::UniqueFileHandle output = capture(L"output");
+    const support::UniqueFileHandle errors = capture(L"errors");
+    EXPECT_TRUE(output && errors) << ::GetLastError();
+    const std::wstring program = PathBesideTest(name);
+    std::wstring command = L'"' + program + L"\" " + arguments;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output.Get();
+    startup.hStdError = errors.Get();
+    PROCESS_INFORMATION process{};
+    EXPECT_TRUE(::CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, 0,
+                                 nullptr, folder.empty() ? nullptr : folder.c_str(), &startup, &process))
+        << ::GetLastError();
+    const support::UniqueHandle thread(process.hThread);
+    m_process.Reset(process.hProcess);
+    m_id = process.dwProcessId;
+}
+
+Program::~Program() {
+    if (IsRunning()) {
+        ::TerminateProcess(m_process.Get(), 99);
+        ::WaitForSingleObject(m_process.Get(), mustHappen);
+    }
+}
+
+bool Program::IsRunning() const {
+    return m_process && ::WaitForSingleObject(m_process.Get(), 0) == WAIT_TIMEOUT;
+}
+
+DWORD Program::Wait(DWORD milliseconds) {
+    DWORD status = 98;
+    if (m_process && ::WaitForSingleObject(m_process.Get(), milliseconds) == WAIT_OBJECT_0) {
+        ::GetExitCodeProcess(m_process.Get(), &status);
+    }
+    return status;
+}
+
+} // namespace tarnu::test
