@@ -154,7 +154,7 @@ int main() {
             removeTarget)
         .Goal(1.1)
         .Rounds(3);
-    subject.AddGrowth("OrvaCopyDirectoryTree", "file", 50, [&workplace](std::uint64_t files) {
+    subject.AddGrowth("OrvaCopyDirectoryTree", "file", 20, [&workplace](std::uint64_t files) {
         const std::wstring from = workplace / (L"from" + std::to_wstring(files));
         Create(CopiedTree(static_cast<std::size_t>(files)), from);
         const auto turn = std::make_shared<int>(0);
@@ -189,10 +189,10 @@ int main() {
             createTarget)
         .Goal(1.35)
         .Rounds(3);
-    subject.AddGrowth("OrvaDeleteDirectoryTree", "file", 50, [&workplace](std::uint64_t files) {
+    subject.AddGrowth("OrvaDeleteDirectoryTree", "file", 20, [&workplace](std::uint64_t files) {
         const std::wstring name = L"deleted" + std::to_wstring(files) + L"-";
         const Tree small = CopiedTree(static_cast<std::size_t>(files));
-        for (int turn = 1; turn <= 3; ++turn)
+        for (int turn = 1; turn <= 4; ++turn) // one for the memory, three for the time
             Create(small, workplace / (name + std::to_wstring(turn)));
         const auto turn = std::make_shared<int>(0);
         return [&workplace, name, turn] {
