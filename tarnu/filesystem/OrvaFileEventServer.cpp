@@ -74,7 +74,7 @@ HRESULT OrvaFileEventServerImpl::RegisterFile(const wchar_t* path, DWORD filter,
     cookie = nullptr;
     if (!m_worker.IsRunning() && !m_isStopped) Start(); // what it takes could not be had before
     if (!m_worker.IsRunning()) return E_FAIL;
-    if (path == nullptr || listener == nullptr) return E_POINTER;
+    if (path == nullptr) return E_POINTER;
     SendUnregistrations();
     try {
         auto record = std::make_unique<FileRecord>(MakeFull(path), filter);
@@ -147,8 +147,8 @@ HRESULT OrvaFileEventServerImpl::OnMessage(OrvaWndMsgServer::MessageRecord& mess
         return S_OK;
     }
     const auto found = m_registrations.find(record);
-    if (found == m_registrations.end()) return S_OK;
-    OrvaFileEventListener* const listener = found->second.listener;
+    OrvaFileEventListener* const listener = found != m_registrations.end() ? found->second.listener : nullptr;
+    if (listener == nullptr) return S_OK;
     switch (message.message) {
     case tarnu::WM_FILE_NOTIFY:
         Notify(record, static_cast<DWORD>(message.wParam));

@@ -23,9 +23,9 @@ public:
     ///                  not exist cannot be told from a directory: OnError reports it.
     /// @param filter    FILE_NOTIFY_CHANGE_* bits (0x1 to 0x20) that the listener wants to hear of. All files of one
     ///                  directory share one watch, which signals what the first of them asked for.
-    /// @param listener  called until the registration is ended
+    /// @param listener  borrowed; called until the registration is ended; null hears nothing
     /// @param cookie    receives the registration's name; null on failure
-    /// @return S_OK; E_POINTER for a null path or listener; E_FAIL when the server is stopped; E_OUTOFMEMORY; the
+    /// @return S_OK; E_POINTER for a null path; E_FAIL when the server is stopped; E_OUTOFMEMORY; the
     ///         HRESULT of the error when the worker cannot be told
     virtual HRESULT RegisterFile(const wchar_t* path, DWORD filter, OrvaFileEventListener* listener,
                                  OrvaFileEventCookie& cookie) = 0;
