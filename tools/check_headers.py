@@ -4,7 +4,8 @@
 usage: check_headers.py COMPILER INCLUDE_FOLDER WORK_FOLDER
 
 Almost all headers get their system headers from the framework header, which is precompiled once. A header that does not
-include it, directly or through others, is compiled without it, so that nothing it lacks is there by chance.
+include it, directly or through others, is compiled without it, so that nothing it lacks is there by chance. The
+framework header and the one that includes all others are compiled with WIN32_LEAN_AND_MEAN, too.
 """
 import concurrent.futures
 import os
@@ -15,6 +16,7 @@ import subprocess
 import sys
 
 FRAMEWORK = "tarnu/framework/framework.h"
+UMBRELLA = "tarnu/TarnuWin32Utils.h"
 FLAGS = ["-x", "c++", "-std=c++20", "-DUNICODE", "-D_UNICODE", "-Wall", "-Wextra", "-Wpedantic", "-Wshadow",
          "-Wconversion", "-Wundef", "-Werror"]
 
@@ -49,6 +51,14 @@ def main():
         unit.write_text(f'#include "{name}"\n#include "{name}"\n', encoding="utf-8")
         through_framework = name != FRAMEWORK and reaches_framework(name, root, set())
         extra = ["-Winvalid-pch", "-include", str(prefix)] if through_framework else []
+        return check_syntax(unit, extra)
+
+    def compile_lean(name):
+        unit = work / (name.replace("/", "-") + ".lean.cpp")
+        unit.write_text(f'#define WIN32_LEAN_AND_MEAN\n#include <windows.h>\n#include "{name}"\n', encoding="utf-8")
+        return check_syntax(unit, [])
+
+    def check_syntax(unit, extra):
         return subprocess.run([*base, *extra, "-fsyntax-only", str(unit)], capture_output=True, text=True, check=False)
 
     failures = 0
@@ -57,8 +67,13 @@ def main():
             if result.returncode != 0:
                 failures += 1
                 print(f"{name} does not compile alone:\n{result.stderr}")
+        lean = [FRAMEWORK, UMBRELLA]
+        for name, result in zip(lean, pool.map(compile_lean, lean)):
+            if result.returncode != 0:
+                failures += 1
+                print(f"{name} does not compile behind a windows.h with WIN32_LEAN_AND_MEAN:\n{result.stderr}")
     if failures:
-        sys.exit(f"{failures} of {len(names)} headers do not compile alone.")
+        sys.exit(f"{failures} of {len(names)} headers do not compile.")
     print(f"All {len(names)} headers compile alone.")
 
 

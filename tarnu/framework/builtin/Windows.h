@@ -8,6 +8,10 @@
 
 #include <windows.h>
 
+// windows.h leaves these out for those who define WIN32_LEAN_AND_MEAN.
+#include <ole2.h>
+#include <shellapi.h>
+
 // windows.h maps GetCurrentTime() to GetTickCount(); the framework's CTime::GetCurrentTime needs the name.
 #ifdef GetCurrentTime
 #undef GetCurrentTime
