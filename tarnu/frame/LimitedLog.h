@@ -22,7 +22,7 @@ public:
     /// Milliseconds since some moment, as GetTickCount64 has them.
     using Clock = ULONGLONG(WINAPI*)();
     /// A span that never ends.
-    static constexpr ULONGLONG forever = std::numeric_limits<ULONGLONG>::max();
+    static constexpr ULONGLONG forever = (std::numeric_limits<ULONGLONG>::max)();
 
     /// @param file   names the place with the line
     /// @param line   names the place with the file

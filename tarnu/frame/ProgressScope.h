@@ -97,7 +97,7 @@ public:
     std::optional<ULONGLONG> GetRemaining() const {
         if (m_position <= 0) return std::nullopt;
         const ULONGLONG elapsed = m_options.clock() - m_started;
-        const int rest = std::max(m_count - m_position, 0);
+        const int rest = (std::max)(m_count - m_position, 0);
         return static_cast<ULONGLONG>(static_cast<double>(elapsed) / m_position * rest);
     }
 

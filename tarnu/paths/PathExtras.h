@@ -54,7 +54,7 @@ inline PathParts Split(const OrvaPath& path) {
     while (position < text.size()) {
         while (position < text.size() && IsSeparator(text[position]))
             ++position;
-        const std::size_t end = std::min(text.find_first_of(L"\\/", position), text.size());
+        const std::size_t end = (std::min)(text.find_first_of(L"\\/", position), text.size());
         std::wstring name = text.substr(position, end - position);
         if (!name.empty()) parts.hasTrailingSeparator = end < text.size();
         if (name == L"..") {
@@ -184,7 +184,7 @@ inline std::optional<std::string> to_utf8(const OrvaPath& path) {
     const wchar_t* const text = path;
     const std::size_t length = std::wcslen(text);
     if (length == 0) return std::string();
-    if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) return std::nullopt;
+    if (length > static_cast<std::size_t>((std::numeric_limits<int>::max)())) return std::nullopt;
     const auto convert = [text, length](char* to, int size) {
         return ::WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text, static_cast<int>(length), to, size, nullptr,
                                      nullptr);
@@ -202,7 +202,7 @@ inline std::optional<std::string> to_utf8(const OrvaPath& path) {
 inline std::optional<OrvaPath> from_utf8(std::string_view text) {
     if (text.find('\0') != std::string_view::npos) return std::nullopt;
     if (text.empty()) return OrvaPath();
-    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) return std::nullopt;
+    if (text.size() > static_cast<std::size_t>((std::numeric_limits<int>::max)())) return std::nullopt;
     const auto convert = [text](wchar_t* to, int size) {
         return ::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()), to,
                                      size);
