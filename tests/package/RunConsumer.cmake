@@ -1,6 +1,7 @@
 # Installs the library into an empty prefix, builds the consumer project against it and runs the result.
 # The same with pkg-config, and the sample host module as a project of its own.
-# Variables: BUILD, CONSUMER, TOOLCHAIN, GENERATOR, CONFIG, VERSION, STATIC_RUNTIME; for pkg-config PKG_CONFIG, COMPILER and EMULATOR.
+# Variables: BUILD, CONSUMER, TOOLCHAIN, GENERATOR, CONFIG, VERSION, STATIC_RUNTIME; for pkg-config PKG_CONFIG, COMPILER and
+# EMULATOR; OBJDUMP where programs name the DLLs of the C++ runtime that they need.
 set(work ${BUILD}/package-test)
 file(REMOVE_RECURSE ${work})
 
@@ -32,6 +33,22 @@ if(NOT output MATCHES "consumer: all good")
     message(FATAL_ERROR "The consumer did not report success:\n${output}")
 endif()
 message("${output}")
+
+# The C++ runtime is beside the library and its users, or inside both.
+if(OBJDUMP)
+    foreach(file ${package}/bin/TarnuWin32Utils.dll ${work}/build/bin/consumer.exe)
+        run(${OBJDUMP} -p ${file})
+        string(REGEX MATCHALL "DLL Name: [^\n]*" imports "${output}")
+        string(REGEX MATCH "DLL Name: lib(stdc|gcc|winpthread|ssp)[^\n]*" runtime "${output}")
+        if(NOT imports OR (STATIC_RUNTIME AND runtime) OR NOT (STATIC_RUNTIME OR runtime))
+            message(FATAL_ERROR "With STATIC_RUNTIME=${STATIC_RUNTIME}, ${file} imports ${imports}")
+        endif()
+    endforeach()
+    file(GLOB dlls RELATIVE ${package}/bin ${package}/bin/*.dll)
+    if(STATIC_RUNTIME AND NOT dlls STREQUAL "TarnuWin32Utils.dll")
+        message(FATAL_ERROR "A library with its runtime inside is installed beside ${dlls}")
+    endif()
+endif()
 
 set(sample ${package}/share/TarnuWin32Utils/examples/hostmodule)
 run(${CMAKE_COMMAND} -S ${sample} -B ${work}/hostmodule -G ${GENERATOR} -DCMAKE_BUILD_TYPE=${CONFIG}
