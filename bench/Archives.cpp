@@ -261,9 +261,9 @@ int main() {
     const Workplace workplace;
     Subject subject("Zip archives");
     const Tree mixed = MixedTree();
-    AddCases(subject, "mixed files", mixed, workplace / L"mixed", 0.35, 0.8, /*unpackAgainstWriting=*/false, 5);
+    AddCases(subject, "mixed files", mixed, workplace / L"mixed", 0.35, 0.8, /*unpackAgainstWriting=*/false, 4);
     const Tree small = SmallTree(10'000);
-    AddCases(subject, "10 000 small files", small, workplace / L"small", 2.2, 1.15, /*unpackAgainstWriting=*/true, 3);
+    AddCases(subject, "10 000 small files", small, workplace / L"small", 2.2, 1.15, /*unpackAgainstWriting=*/true, 2);
 
     const std::wstring smallSource = workplace / L"small-source";
     const auto packFirst = [&](std::uint64_t count) {

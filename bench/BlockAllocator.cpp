@@ -200,7 +200,7 @@ Case& AddTurn(Subject& subject, Contestants& contestants, const char* name, doub
         .Peer("malloc", turn(contestants.malloc))
         .Peer("HeapAlloc", turn(contestants.heap))
         .Goal(goal)
-        .Rounds(5);
+        .Rounds(3);
 }
 
 /// All blocks stay in hand, but each in random order is returned and another one taken.
@@ -227,7 +227,7 @@ void AddChurn(Subject& subject, Contestants& contestants, const Orders& orders) 
         .Peer("malloc", work(contestants.malloc), prepare(contestants.malloc))
         .Peer("HeapAlloc", work(contestants.heap), prepare(contestants.heap))
         .Goal(1.7)
-        .Rounds(5);
+        .Rounds(3);
 }
 
 struct Object {
@@ -266,7 +266,7 @@ void AddSingle(Subject& subject, Contestants& contestants, tarnu::OrvaFixedBlock
         .Peer("malloc", single(contestants.malloc))
         .Peer("OrvaFixedBlockAllocator alone", single(contestants.library))
         .Goal(3)
-        .Rounds(5);
+        .Rounds(3);
 }
 
 } // namespace

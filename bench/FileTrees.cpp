@@ -102,13 +102,13 @@ int main() {
         .Library("OrvaDFSFileTree", [&] { return OrvaWalkOf<OrvaDFSFileTree>(walked, L"*"); })
         .Peer("std::filesystem", [&] { return StandardWalk(walked); })
         .Goal(1.2)
-        .Rounds(5);
+        .Rounds(3);
     subject.AddCase("the same walk with a pattern", "file", walkedFiles)
         .Limit("FindFirstFileExW recursion", bareWalk)
         .Library("OrvaBFSFileTree", [&] { return OrvaWalkOf<OrvaBFSFileTree>(walked, L"*.txt"); })
         .Library("OrvaDFSFileTree", [&] { return OrvaWalkOf<OrvaDFSFileTree>(walked, L"*.txt"); })
         .Goal(2.1)
-        .Rounds(5);
+        .Rounds(3);
     subject.AddGrowth("OrvaBFSFileTree", "file", walkedFiles / 100, [&](std::uint64_t files) {
         std::wstring root = walked;
         if (files < walkedFiles) {
@@ -153,7 +153,7 @@ int main() {
             },
             removeTarget)
         .Goal(1.1)
-        .Rounds(3);
+        .Rounds(2);
     subject.AddGrowth("OrvaCopyDirectoryTree", "file", 20, [&workplace](std::uint64_t files) {
         const std::wstring from = workplace / (L"from" + std::to_wstring(files));
         Create(CopiedTree(static_cast<std::size_t>(files)), from);
@@ -188,7 +188,7 @@ int main() {
             [&] { return std::filesystem::remove_all(target) - tree.files.size() - tree.directories.size() - 1; },
             createTarget)
         .Goal(1.35)
-        .Rounds(3);
+        .Rounds(2);
     subject.AddGrowth("OrvaDeleteDirectoryTree", "file", 20, [&workplace](std::uint64_t files) {
         const std::wstring name = L"deleted" + std::to_wstring(files) + L"-";
         const Tree small = CopiedTree(static_cast<std::size_t>(files));

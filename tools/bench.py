@@ -7,11 +7,9 @@ usage: bench.py BUILD-FOLDER [SUBJECT…]
 A subject is the name of a source in bench/, or a part of it, in any case. The tables are printed; the same text, the
 samples as JSON and a plot as SVG go to BUILD-FOLDER/bench-results/. The environment is the one that ./run prepares.
 """
-import contextlib
 import html
 import json
 import math
-import os
 import pathlib
 import re
 import statistics
@@ -34,29 +32,12 @@ def choose(wanted):
     return [name for name in subjects if not wanted or any(word.lower() in name.lower() for word in wanted)]
 
 
-@contextlib.contextmanager
-def cores_awake():
-    """Keeps the cores busy with work that gives way to any other at once. A halted core takes many microseconds to wake,
-    on a virtual machine more than a trip to Wine's server itself, which would hide what is measured."""
-    spin = ("import os; os.sched_setscheduler(0, os.SCHED_IDLE, os.sched_param(0))\n"
-            f"while os.getppid() == {os.getpid()}: pass")
-    spinning = [subprocess.Popen([sys.executable, "-c", spin]) for _ in os.sched_getaffinity(0)]
-    try:
-        yield
-    finally:
-        for process in spinning:
-            process.kill()
-            process.wait()
-
-
 def measure(program, samples):
     """Runs one program; its samples go straight to their file, for Wine's background processes must not hold a pipe."""
     if not program.exists():
         fail(f"{program.name} is not built")
     with open(samples, "wb") as output, open(samples.with_suffix(".log"), "wb") as log:
-        with cores_awake():
-            status = subprocess.run(["wine", str(program)], stdin=subprocess.DEVNULL, stdout=output,
-                                    stderr=log).returncode
+        status = subprocess.run(["wine", str(program)], stdin=subprocess.DEVNULL, stdout=output, stderr=log).returncode
     if status != 0:
         fail(f"{program.name} ended with status {status}: {samples.with_suffix('.log').read_text()[-500:]}")
     return json.loads(samples.read_text())
