@@ -2,7 +2,6 @@
 /// Natural order: digit runs compare as numbers, the text between them by collation.
 #include "tarnu/text/OrvaStrings.h"
 
-#include <array>
 #include <clocale>
 #include <cstddef>
 #include <cstdlib>
@@ -51,17 +50,6 @@ struct ByLetter {
 
 bool IsAsciiDigit(wchar_t character) noexcept {
     return character >= L'0' && character <= L'9';
-}
-
-/// ASCII but neither a digit nor the terminator.
-bool IsAsciiText(wchar_t character) noexcept {
-    static constexpr auto isText = [] {
-        std::array<bool, 0x80> table{};
-        for (std::size_t code = 1; code < table.size(); ++code)
-            table[code] = code < L'0' || code > L'9';
-        return table;
-    }();
-    return character < isText.size() && isText[character];
 }
 
 /// std::iswdigit, without a call for ASCII.
@@ -142,26 +130,26 @@ template <class Collation>
 int NaturalCompare(const wchar_t* a, const wchar_t* b) noexcept {
     if (a == nullptr) a = L"";
     if (b == nullptr) b = L"";
+    const wchar_t* cursorA = a;
+    const wchar_t* cursorB = b;
     for (;;) {
-        const wchar_t* cursorA = a;
-        const wchar_t* cursorB = b;
-        while (*cursorA == *cursorB && IsAsciiText(*cursorA)) {
-            ++cursorA;
-            ++cursorB;
+        if (IsAsciiDigit(*cursorA) && IsAsciiDigit(*cursorB)) {
+            const wchar_t* const digitsA = cursorA;
+            const wchar_t* const digitsB = cursorB;
+            int numberA = 0, numberB = 0;
+            if (!ReadShortNumber(cursorA, numberA) || !ReadShortNumber(cursorB, numberB)) {
+                return ComparePieces<Collation>(a, b, digitsA, digitsB);
+            }
+            if (numberA != numberB) return numberA - numberB;
+            if (*cursorA == 0 || *cursorB == 0) return (*cursorA != 0 ? 1 : 0) - (*cursorB != 0 ? 1 : 0);
+            a = cursorA;
+            b = cursorB;
+            continue;
         }
-        if (!IsAsciiDigit(*cursorA) || !IsAsciiDigit(*cursorB)) {
-            return (*cursorA | *cursorB) == 0 ? 0 : ComparePieces<Collation>(a, b, cursorA, cursorB);
-        }
-        const wchar_t* const digitsA = cursorA;
-        const wchar_t* const digitsB = cursorB;
-        int numberA = 0, numberB = 0;
-        if (!ReadShortNumber(cursorA, numberA) || !ReadShortNumber(cursorB, numberB)) {
-            return ComparePieces<Collation>(a, b, digitsA, digitsB);
-        }
-        if (numberA != numberB) return numberA - numberB;
-        if (*cursorA == 0 || *cursorB == 0) return (*cursorA != 0 ? 1 : 0) - (*cursorB != 0 ? 1 : 0);
-        a = cursorA;
-        b = cursorB;
+        if (*cursorA != *cursorB || *cursorA >= 0x80) return ComparePieces<Collation>(a, b, cursorA, cursorB);
+        if (*cursorA == 0) return 0;
+        ++cursorA;
+        ++cursorB;
     }
 }
 
