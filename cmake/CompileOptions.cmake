@@ -4,6 +4,7 @@ add_library(tarnu_compile_options INTERFACE)
 
 target_compile_definitions(tarnu_compile_options INTERFACE UNICODE _UNICODE _WIN32_WINNT=0x0A00 WINVER=0x0A00)
 if(MSVC)
+    target_compile_definitions(tarnu_compile_options INTERFACE NOMINMAX) # mingw-w64 defines it for C++ by itself
     target_compile_options(tarnu_compile_options INTERFACE
         "$<$<COMPILE_LANGUAGE:CXX>:/W4;/utf-8;/permissive-;/Zc:__cplusplus>")
     if(TARNU_WARNINGS_AS_ERRORS)
