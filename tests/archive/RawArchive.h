@@ -67,12 +67,15 @@ struct RawEntry {
     std::optional<std::string> localName{};
     std::optional<std::uint16_t> localFlags{};
     bool hasDescriptor = false; ///< the local header's sizes are 0 and follow the data
+    bool isWideDescriptor = false;
+    std::string comment{};
 };
 
 struct RawArchive {
     std::string prefix{};
     std::vector<RawEntry> entries;
     std::string comment{};
+    bool isZip64 = false; ///< the 64-bit end records, to which the old one refers
 
     std::string Bytes() const {
         std::string bytes;
@@ -98,8 +101,11 @@ struct RawArchive {
             Put(bytes, static_cast<std::uint16_t>(entry.localExtra.size()));
             bytes += localName + entry.localExtra + entry.data;
             if (entry.hasDescriptor) {
-                for (const std::uint32_t value : {std::uint32_t{0x08074B50}, crc, compressed, size})
+                for (const std::uint32_t value : {std::uint32_t{0x08074B50}, crc})
                     Put(bytes, value);
+                for (const std::uint32_t value : {compressed, size}) {
+                    entry.isWideDescriptor ? Put(bytes, std::uint64_t{value}) : Put(bytes, value);
+                }
             }
 
             Put(directory, std::uint32_t{0x02014B50});
@@ -113,20 +119,36 @@ struct RawArchive {
                 Put(directory, value);
             Put(directory, static_cast<std::uint16_t>(entry.name.size()));
             Put(directory, static_cast<std::uint16_t>(entry.extra.size()));
-            for (int field = 0; field < 3; ++field)
+            Put(directory, static_cast<std::uint16_t>(entry.comment.size()));
+            for (int field = 0; field < 2; ++field)
                 Put(directory, std::uint16_t{0});
             Put(directory, entry.attributes);
             Put(directory, entry.offset.value_or(offset));
-            directory += entry.name + entry.extra;
+            directory += entry.name + entry.extra + entry.comment;
         }
         const auto start = static_cast<std::uint32_t>(bytes.size());
-        const auto count = static_cast<std::uint16_t>(entries.size());
+        const auto size = static_cast<std::uint32_t>(directory.size());
+        const auto count = static_cast<std::uint16_t>(isZip64 ? 0xFFFF : entries.size());
         bytes += directory;
+        if (isZip64) {
+            const std::uint64_t records = bytes.size();
+            Put(bytes, std::uint32_t{0x06064B50});
+            Put(bytes, std::uint64_t{44});
+            for (const std::uint32_t value : {0x002D002Du, 0u, 0u})
+                Put(bytes, value);
+            for (const std::uint64_t value : {std::uint64_t{entries.size()}, std::uint64_t{entries.size()},
+                                              std::uint64_t{size}, std::uint64_t{start}})
+                Put(bytes, value);
+            Put(bytes, std::uint32_t{0x07064B50});
+            Put(bytes, std::uint32_t{0});
+            Put(bytes, records);
+            Put(bytes, std::uint32_t{1});
+        }
         Put(bytes, std::uint32_t{0x06054B50});
         for (const std::uint16_t value : {std::uint16_t{0}, std::uint16_t{0}, count, count})
             Put(bytes, value);
-        Put(bytes, static_cast<std::uint32_t>(directory.size()));
-        Put(bytes, start);
+        Put(bytes, isZip64 ? UINT32_MAX : size);
+        Put(bytes, isZip64 ? UINT32_MAX : start);
         Put(bytes, static_cast<std::uint16_t>(comment.size()));
         return prefix + bytes + comment;
     }
