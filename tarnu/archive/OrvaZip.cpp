@@ -2,11 +2,11 @@
 
 #include "tarnu/archive/ZipFilesInternal.h"
 #include "tarnu/archive/ZipWriterInternal.h"
+#include "tarnu/support/RelativePath.h"
 
 #include <algorithm>
 #include <climits>
 #include <new>
-#include <shlwapi.h>
 #include <vector>
 
 using namespace tarnu::support;
@@ -24,12 +24,8 @@ UINT Clipped(ULONGLONG count) noexcept {
 
 /// The path of a file relative to a directory; empty when there is none.
 CString RelativeName(const CString& base, const CString& file) {
-    // The function cuts texts of 260 characters off, and may write past as many before it finds its answer too long.
-    if (base.GetLength() >= MAX_PATH || file.GetLength() >= MAX_PATH) return CString();
-    wchar_t relative[4 * MAX_PATH] = {};
-    if (!::PathRelativePathToW(relative, base, FILE_ATTRIBUTE_DIRECTORY, file, FILE_ATTRIBUTE_DIRECTORY)) {
-        return CString();
-    }
+    RelativePathBuffer relative;
+    FindRelativePath(relative, base, file, FILE_ATTRIBUTE_DIRECTORY);
     return CString(relative);
 }
 

@@ -3,6 +3,7 @@
 #include "tarnu/files/PathFactsInternal.h"
 #include "tarnu/files/ReplacementInternal.h"
 #include "tarnu/support/Owners.h"
+#include "tarnu/support/RelativePath.h"
 
 #include <algorithm>
 #include <shlobj.h>
@@ -106,17 +107,15 @@ int Read(const wchar_t* path, std::vector<unsigned char>& contents) {
 }
 
 bool GetRelative(const wchar_t* directory, const wchar_t* path, CString& relative) {
-    // The longest answer climbs from one path and descends along the other. PathRelativePathToW writes it before it
-    // looks at its length, so it gets room for all of it.
-    wchar_t answer[4 * MAX_PATH] = {0};
     std::wstring from = FullPath(directory);
     std::wstring to = FullPath(path);
     for (std::wstring* text : {&from, &to}) {
         while (text->size() > 3 && text->back() == L'\\')
             text->pop_back();
     }
-    if (from.empty() || to.empty() || from.size() >= MAX_PATH || to.size() >= MAX_PATH ||
-        !::PathRelativePathToW(answer, from.c_str(), FILE_ATTRIBUTE_DIRECTORY, to.c_str(), FILE_ATTRIBUTE_DIRECTORY)) {
+    tarnu::support::RelativePathBuffer answer;
+    if (from.empty() || to.empty() ||
+        !tarnu::support::FindRelativePath(answer, from.c_str(), to.c_str(), FILE_ATTRIBUTE_DIRECTORY)) {
         return false;
     }
     // From a root the answer is `\x`, and a path against itself may be empty, `\` or `.\`.

@@ -9,6 +9,7 @@ using tarnu::support::DirectoryMaker;
 using tarnu::support::Failed;
 using tarnu::support::FlagOf;
 using tarnu::support::IsBlank;
+using tarnu::support::IsTooLong;
 
 int OrvaCreateDirectoryPath(const wchar_t* path) {
     if (IsBlank(path)) return Failed(ERROR_INVALID_NAME);
@@ -17,11 +18,13 @@ int OrvaCreateDirectoryPath(const wchar_t* path) {
 
 int OrvaCopyFile(const wchar_t* source, const wchar_t* destination, int failIfExists) {
     if (IsBlank(source) || IsBlank(destination)) return Failed(ERROR_INVALID_NAME);
+    if (IsTooLong(source) || IsTooLong(destination)) return Failed(ERROR_FILENAME_EXCED_RANGE);
     return ::CopyFileW(source, destination, failIfExists) ? 0 : 1;
 }
 
 int OrvaDeleteFile(const wchar_t* path) {
     if (IsBlank(path)) return Failed(ERROR_INVALID_NAME);
+    if (IsTooLong(path)) return Failed(ERROR_FILENAME_EXCED_RANGE);
     // Most files can be deleted as they are: their attributes are not asked for.
     if (::DeleteFileW(path)) return 0;
     const DWORD error = ::GetLastError();

@@ -67,6 +67,10 @@ bool IsBlank(const wchar_t* path) noexcept {
     return path == nullptr || *path == L'\0';
 }
 
+bool IsTooLong(const wchar_t* path) noexcept {
+    return ::wcsnlen(path, longestPath + 1) > longestPath;
+}
+
 bool IsDevice(const std::wstring& fullPath) {
     return fullPath.starts_with(devicePrefix);
 }

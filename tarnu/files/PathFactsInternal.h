@@ -12,6 +12,10 @@ namespace tarnu::support {
 /// True for null and for the empty text.
 bool IsBlank(const wchar_t* path) noexcept;
 
+/// True for a text that no path of the system is as long as. Not every system refuses it: some go on with what is left
+/// of its length in 16 bits, which is another path.
+bool IsTooLong(const wchar_t* path) noexcept;
+
 /// True when the system takes the path for a device: "NUL", "C:\x\con.txt" (before Windows 11), "\\.\COM1".
 bool IsDevice(const std::wstring& fullPath);
 

@@ -3,6 +3,7 @@
 #include "tarnu/paths/OrvaPath.h"
 
 #include "tarnu/support/Owners.h"
+#include "tarnu/support/RelativePath.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -149,23 +150,44 @@ CString WithBackslashes(const wchar_t* text) {
 /// The system's PathRelativePathToW from a directory.
 /// @param result receives a text that fits a system buffer
 bool FindRelativePath(const wchar_t* directory, const wchar_t* target, DWORD targetAttributes, CString& result) {
-    // The function cuts longer texts off without a word.
-    if (!FitsSystemBuffer(directory) || !FitsSystemBuffer(target)) return false;
-    // It may also write past 260 characters before it finds that the answer is too long: one "..\" for each of up to
-    // 130 directories, then the target.
-    wchar_t buffer[4 * kSystemBuffer] = {};
-    if (!::PathRelativePathToW(buffer, directory, FILE_ATTRIBUTE_DIRECTORY, target, targetAttributes)) return false;
+    tarnu::support::RelativePathBuffer buffer;
+    if (!tarnu::support::FindRelativePath(buffer, directory, target, targetAttributes)) return false;
     if (!FitsSystemBuffer(buffer)) return false;
     result = buffer;
     return true;
 }
 
-/// The system's PathCombineW on texts with either separator.
+/// What the system's PathCombineW makes of texts with either separator.
 bool CombineTexts(const wchar_t* left, const wchar_t* right, CString& result) {
-    // The function cuts longer texts off without a word.
+    // The system's functions cut longer texts off without a word.
     if (!FitsSystemBuffer(left) || !FitsSystemBuffer(right)) return false;
+    const CString head = WithBackslashes(left);
+    const CString tail = WithBackslashes(right);
+    // PathCombineW itself is not called: where ".." takes all of a relative text away ("a" and ".."), PathCanonicalizeW
+    // may read on behind the end of its text. That is a buffer of PathCombineW's own there, with anything in it.
+    wchar_t joined[2 * kSystemBuffer] = {};
+    const auto append = [&joined](const wchar_t* text) {
+        std::wmemcpy(joined + std::wcslen(joined), text, std::wcslen(text)); // fits: two texts that fit
+    };
+    const bool isTailRelative = ::PathIsRelativeW(tail) != FALSE;
+    const bool isTailAlone = !isTailRelative && (tail[0] != L'\\' || ::PathIsUNCW(tail));
+    if (tail.IsEmpty()) {
+        append(head);
+    } else if (head.IsEmpty() || isTailAlone) {
+        append(tail);
+    } else {
+        append(head);
+        if (!isTailRelative) { // "\\x" begins at the root
+            ::PathStripToRootW(joined);
+            std::fill(joined + std::wcslen(joined), std::end(joined), L'\0');
+        }
+        if (::PathAddBackslashW(joined) == nullptr) return false;
+        const wchar_t* const rest = tail.GetString() + (isTailRelative ? 0 : 1);
+        if (std::wcslen(joined) + std::wcslen(rest) >= kSystemBuffer) return false;
+        append(rest);
+    }
     wchar_t buffer[2 * kSystemBuffer] = {};
-    if (::PathCombineW(buffer, WithBackslashes(left), WithBackslashes(right)) == nullptr) return false;
+    ::PathCanonicalizeW(buffer, joined);
     if (!FitsSystemBuffer(buffer)) return false;
     result = buffer;
     return true;

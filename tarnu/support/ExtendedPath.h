@@ -57,23 +57,28 @@ inline bool IsAbsolutePath(const wchar_t* path) noexcept {
 /// that an 8.3 name still fits below them.
 inline constexpr std::size_t longPathFrom = MAX_PATH - 12;
 
+/// The longest path that the system has. Not every system refuses a longer one: some go on with what is left of its
+/// length in 16 bits, which is another path.
+inline constexpr std::size_t longestPath = 32766;
+
 /// True when the system takes a path as it is, whatever the current directory.
 inline bool IsSystemPath(const wchar_t* path) noexcept {
-    return IsExtendedPath(path) || (IsAbsolutePath(path) && std::wcslen(path) < longPathFrom);
+    if (IsExtendedPath(path)) return std::wcslen(path) <= longestPath;
+    return IsAbsolutePath(path) && std::wcslen(path) < longPathFrom;
 }
 
 /// A path in the form that the system takes at any length, absolute, so that it stays the same when the current
 /// directory changes. Empty, with the last error set, when there is none.
 inline std::wstring AbsoluteSystemPath(const wchar_t* path) {
-    constexpr std::size_t maxLength = 32767;
     std::wstring absolute = IsSystemPath(path) ? std::wstring(path) : FullPath(path);
     if (absolute.size() >= longPathFrom) absolute = ExtendedPath(absolute);
-    if (absolute.size() < maxLength) return absolute;
+    if (absolute.size() <= longestPath) return absolute;
     ::SetLastError(ERROR_FILENAME_EXCED_RANGE);
     return {};
 }
 
-/// A path in the form that the system takes at any length: a long one absolute and behind "\\?\", any other as it is.
+/// A path in the form that the system takes at any length: a long one absolute and behind "\\?\", any other as it is;
+/// one that is too long for the system as the empty path, which no file has.
 /// Refers to the text that it was made from, which must outlive it.
 class SystemPath {
 public:
@@ -94,6 +99,7 @@ public:
         }
         if (full.size() < longPathFrom) return;
         m_extended = ExtendedPath(full);
+        if (m_extended.size() > longestPath) m_extended.clear();
         m_path = m_extended.c_str();
     }
     SystemPath(const SystemPath&) = delete;

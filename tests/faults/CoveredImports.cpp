@@ -131,7 +131,7 @@ void AddFiles(std::vector<SystemCall*>& calls) {
             COVER(SHGetFolderPathW, {E_FAIL, ERROR_PATH_NOT_FOUND, result}),
             COVER(PathFileExistsW, {FALSE, ERROR_ACCESS_DENIED}),
             COVER(PathRelativePathToW, {FALSE, ERROR_INVALID_NAME}),
-            COVER(PathCombineW, {nullptr, ERROR_FILENAME_EXCED_RANGE}),
+            COVER(PathAddBackslashW, {nullptr, ERROR_FILENAME_EXCED_RANGE}),
             COVER(PathAppendW, {FALSE, ERROR_FILENAME_EXCED_RANGE}),
         });
 }
@@ -310,8 +310,10 @@ const std::vector<Excuse>& Excuses() {
          "Sleep SleepEx PeekMessageW DispatchMessageW PostQuitMessage DefWindowProcW CallWindowProcW SendMessageW "
          "OutputDebugStringW CoUninitialize GlobalUnlock VariantInit"},
         {"ends a thread that did not end by itself; the scenarios let none come so far", "TerminateThread"},
+        {"ends the process when a thread rule is broken, in builds with assertions", "_assert _wassert"},
         {"computes in memory only",
          "CompareFileTime CompareStringOrdinal CharLowerBuffW CharUpperBuffW lstrlenW PathIsRootW PathRemoveFileSpecW "
+         "PathIsRelativeW PathIsUNCW PathStripToRootW PathCanonicalizeW "
          "PathStripPathW _wcs* wcs* _wtoi isw* tow* str* mem* _snwprintf _vsnwprintf _vscwprintf _gmtime64 "
          "_localtime64 _mktime64 _wasctime localeconv"},
         {"asks a stream of the runtime for what it knows",

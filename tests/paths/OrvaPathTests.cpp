@@ -636,6 +636,13 @@ TEST(OrvaPath, CombinesAsTheSystemDoes) {
     EXPECT_EQ(out, L"C:\\a\\x") << "an absolute right part stands alone, also when it is the result's old text";
     OrvaPath::Combine(out, L"C:/a/b", L"./x");
     EXPECT_EQ(out, L"C:\\a\\b\\x");
+    OrvaPath::Combine(out, L"C:\\a\\b", L"\\x");
+    EXPECT_EQ(out, L"C:\\x") << "from the root of the left part";
+    // Nothing is left of the left part, and nothing of what the stack held before comes in its place.
+    OrvaPath::Combine(out, L"a", L"..");
+    EXPECT_EQ(out, L"\\");
+    OrvaPath::Combine(out, L"a.b\\long name", L"..\\..");
+    EXPECT_EQ(out, L"\\");
 }
 
 // The file behind the path
