@@ -477,7 +477,8 @@ TEST_F(FileEvents, TheMessagesHaveNames) {
 TEST_F(FileEvents, StopsAndEndsFromEveryState) {
     for (const wchar_t* mode :
          {L"stop", L"stop-unused", L"leave", L"leave-at-once", L"exit-on-other-thread", L"server-thread-ended",
-          L"stop-in-static-destructor", L"stop-in-listener", L"stop-under-load"}) {
+          L"stop-in-static-destructor", L"stop-in-listener", L"stop-under-load", L"leave-everything",
+          L"exit-everything-on-other-thread", L"end-everything-in-a-handler"}) {
         Program probe(L"file_event_probe.exe", std::wstring(mode) + L" \"" + m_folder.MakeFile(L"file") + L"\"");
         EXPECT_EQ(0u, probe.Wait()) << ::testing::PrintToString(std::wstring(mode)) << "\n"
                                     << probe.Output() << probe.Errors();

@@ -2,8 +2,12 @@
 // Exit code 0 when everything was as it should be, the number of the line that was not otherwise.
 
 #include "tarnu/filesystem/OrvaFileEventServer.h"
+#include "tarnu/messaging/OrvaMessageQueue.h"
+#include "tarnu/messaging/OrvaServerThread.h"
+#include "tarnu/messaging/OrvaSubClassWnd.h"
 #include "tarnu/messaging/OrvaWndMsgServer.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -65,6 +69,52 @@ void CheckRegistrations() {
     CHECK(messages->RemoveCallback(0x8800 + 34823, 34824) == S_OK);
 }
 
+/// A handler that is always signalled.
+class Busy : public OrvaServerEventHandler {
+public:
+    ~Busy() override { ::CloseHandle(m_event); }
+    HANDLE GetHandle() override { return m_event; }
+    void OnSignaled() override {
+        if (++signals > 20 && endsProcess) ::ExitProcess(0);
+    }
+    void OnClose() override {}
+    static inline std::atomic<int> signals = 0;
+    static inline std::atomic<bool> endsProcess = false;
+
+private:
+    HANDLE m_event = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
+};
+
+OrvaServerThread busyServer; // its destructor stops it
+
+struct Work : OrvaMessage {};
+
+/// Everything that has threads, windows or messages under way, in full work.
+void StartEverything(const std::wstring& file) {
+    Register(file);
+    CHECK(busyServer.Start() == OrvaServerSuccess);
+    CHECK(busyServer.AddHandler(new Busy) == OrvaServerSuccess);
+    static auto& queue = *new OrvaMessageQueue(nullptr, nullptr); // used to the very end
+    static auto& hooked = *new OrvaSubClassWnd;
+    const HWND window = ::CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 1, 1, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    CHECK(hooked.SubClass(window));
+    // These threads never end by themselves: the end of the process stops them wherever they are.
+    std::thread([] {
+        for (;; ::Sleep(0)) {
+            OrvaGetWndMsgServer()->PostMessage(0x8800, 1, 0);
+            queue.Post(new Work);
+        }
+    }).detach();
+    std::thread([window] {
+        for (;;)
+            ::PostMessageW(window, WM_APP, 0, 0);
+    }).detach();
+    for (MSG message; Busy::signals < 10;) {
+        while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) && Busy::signals < 10)
+            ::DispatchMessageW(&message);
+    }
+}
+
 int Run(const std::wstring& mode, const std::wstring& file) {
     if (mode == L"stop") {
         OrvaFileEventCookie cookie = Register(file);
@@ -100,6 +150,16 @@ int Run(const std::wstring& mode, const std::wstring& file) {
         const ULONGLONG started = ::GetTickCount64();
         CHECK(OrvaGetFileEventServer()->Stop() == 1);
         CHECK(::GetTickCount64() - started < 10000); // by itself: force comes after ten seconds
+    } else if (mode == L"leave-everything") {
+        StartEverything(file);
+    } else if (mode == L"exit-everything-on-other-thread") {
+        StartEverything(file);
+        std::thread([] { std::exit(0); }).detach();
+        ::Sleep(INFINITE);
+    } else if (mode == L"end-everything-in-a-handler") {
+        Busy::endsProcess = true;
+        StartEverything(file);
+        ::Sleep(INFINITE);
     } else {
         return __LINE__;
     }
