@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Checks what the documents say about the tree: the code that they show is compiled, every behaviour note names an existing
-test, every guide has its sections, and every relative link leads somewhere.
+test, every guide has its sections, every class its thread rule, and every relative link leads somewhere.
 
 usage: check_docs.py
 """
@@ -64,6 +64,25 @@ def guides():
                 yield f"{guide.relative_to(ROOT)} has no section about {section}"
 
 
+def thread_rules():
+    """The table of thread rules in docs/architecture.md names every public class once, and nothing else."""
+    architecture = (ROOT / "docs" / "architecture.md").read_text(encoding="utf-8")
+    table = re.search(r"(?m)^\| Rule \| Classes \|.*\n\|[-|]+\|\n((?:\|.*\n)+)", architecture)
+    if not table:
+        yield "docs/architecture.md has no table of thread rules"
+        return
+    named = [name for row in table[1].splitlines() for name in re.findall(r"`(\w+)`", row.split("|")[2])]
+    classes = set()
+    for header in (ROOT / "tarnu").rglob("*.h"):
+        if not {"support", "framework"} & set(header.parts) and not header.name.endswith("Internal.h"):
+            classes.update(re.findall(r"(?m)^(?:class|struct) (?:TARNU_API )?(\w+)(?=[\s\w:<>,]*\{)",
+                                      header.read_text(encoding="utf-8")))
+    for name in sorted(classes - set(named)):
+        yield f"docs/architecture.md: the table of thread rules lacks {name}"
+    for name in sorted(name for name in set(named) if name not in classes or named.count(name) > 1):
+        yield f"docs/architecture.md: the table of thread rules has {name}, which is no public class or there twice"
+
+
 def links():
     for document in DOCUMENTS:
         text = re.sub(r"```.*?```", "", document.read_text(encoding="utf-8"), flags=re.S)
@@ -75,7 +94,7 @@ def links():
 
 
 def main():
-    errors = [*shown_code(), *behaviour_notes(), *guides(), *links()]
+    errors = [*shown_code(), *behaviour_notes(), *guides(), *thread_rules(), *links()]
     for error in errors:
         print("docs:", error)
     print(f"docs: {len(DOCUMENTS)} documents checked, {len(errors)} errors")

@@ -4,6 +4,7 @@
 #include "tarnu/filesystem/OrvaFileEventServerInternal.h"
 #include "tarnu/support/Errors.h"
 #include "tarnu/support/ExtendedPath.h"
+#include "tarnu/support/ThreadRule.h"
 
 #include <iterator>
 #include <new>
@@ -71,6 +72,7 @@ void OrvaFileEventServerImpl::Unsubscribe() noexcept {
 
 HRESULT OrvaFileEventServerImpl::RegisterFile(const wchar_t* path, DWORD filter, OrvaFileEventListener* listener,
                                               OrvaFileEventCookie& cookie) {
+    tarnu::support::RequireThread(m_threadId);
     cookie = nullptr;
     if (!m_worker.IsRunning() && !m_isStopped) Start(); // what it takes could not be had before
     if (!m_worker.IsRunning()) return E_FAIL;
@@ -93,6 +95,7 @@ HRESULT OrvaFileEventServerImpl::RegisterFile(const wchar_t* path, DWORD filter,
 }
 
 HRESULT OrvaFileEventServerImpl::UnregisterFile(OrvaFileEventCookie cookie) {
+    tarnu::support::RequireThread(m_threadId);
     const auto found = m_registrations.find(static_cast<FileRecord*>(cookie));
     if (found == m_registrations.end()) return S_OK;
     FileRecord* const record = found->first;

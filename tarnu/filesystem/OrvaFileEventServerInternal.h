@@ -39,6 +39,7 @@ private:
     void SendUnregistrations() noexcept;
 
     OrvaWndMsgServer* const m_messages;
+    const DWORD m_threadId = ::GetCurrentThreadId();
     std::array<UINT, registrationCount> m_cookies{};
     UINT m_firstCookie = 0; ///< of those that the destructor takes back
     UINT m_registeredCount = 0;

@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <iterator>
 
-/// One entry of a walk.
+/// One entry of a walk. Threads: one at a time.
 struct OrvaFileEntry {
     OrvaPath path; ///< full path
     OrvaPath name; ///< as OrvaFileMatch::GetName: the bare name, or the path relative to the tree's root
@@ -18,7 +18,7 @@ struct OrvaFileEntry {
     const WIN32_FIND_DATAW* findData = nullptr;
 };
 
-/// The rest of a walk as an input range, made by OrvaWalk. Only references the walk.
+/// The rest of a walk as an input range, made by OrvaWalk. Only references the walk. Threads: the walk's.
 class OrvaWalkRange {
 public:
     /// Stands on the entry of a walk; every copy moves with the walk.

@@ -13,7 +13,7 @@ namespace tarnu {
 
 /// The faces of a reader, from the first one on: begin() resets the reader, whose cursor is the range's own, so only
 /// one walk is under way at a time. Refers to the reader, which must outlive it. The face is one object that is filled
-/// anew; copy what is to be kept.
+/// anew; copy what is to be kept. Threads: the reader's.
 ///
 ///     for (const OrvaPointArray& face : tarnu::Faces(reader)) area += AreaOf(face);
 class Faces {

@@ -3,7 +3,7 @@
 #ifndef TARNU_GEOMETRY_ORVAPOINT3D_H
 #define TARNU_GEOMETRY_ORVAPOINT3D_H
 
-/// Three coordinates; x and y span the plan.
+/// Three coordinates; x and y span the plan. A plain value: one thread at a time.
 struct OrvaPoint3d {
     double x = 0; ///< in the plan
     double y = 0; ///< in the plan

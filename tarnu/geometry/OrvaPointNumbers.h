@@ -11,7 +11,7 @@
 namespace tarnu {
 
 /// The numbers of a point string, up to its end or first bad token. The walk is the string's own: begin() starts it
-/// anew, and only one is under way at a time. Refers to the string, which must outlive it.
+/// anew, and only one is under way at a time. Refers to the string, which must outlive it. Threads: the string's.
 ///
 ///     for (UINT number : tarnu::OrvaPointNumbers(points)) Use(number);
 class OrvaPointNumbers {

@@ -12,7 +12,7 @@ namespace tarnu {
 
 /// The ranges of a point string, a single number being one of length 1, up to its end or first bad token. The walk is
 /// the string's own: begin() starts it anew, and only one is under way at a time. Refers to the string, which must
-/// outlive it.
+/// outlive it. Threads: the string's.
 ///
 ///     for (const auto [start, end] : tarnu::OrvaPointRanges(points)) Use(start, end); // downward: start > end
 class OrvaPointRanges {

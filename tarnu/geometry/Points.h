@@ -12,7 +12,7 @@
 namespace tarnu {
 
 /// The points of a reader, from the first one on: begin() resets the reader, whose cursor is the range's own, so only
-/// one walk is under way at a time. Refers to the reader, which must outlive it.
+/// one walk is under way at a time. Refers to the reader, which must outlive it. Threads: the reader's.
 ///
 ///     for (const OrvaPoint3d& point : tarnu::Points(reader)) height = std::max(height, point.z);
 class Points {

@@ -14,14 +14,15 @@
 
 namespace tarnu {
 
-/// A message that does something when it arrives.
+/// A message that does something when it arrives. Threads: as OrvaMessage.
 class RunnableMessage : public OrvaMessage {
 public:
     /// Does it, on the thread that took the message out.
     virtual void Run() = 0;
 };
 
-/// A function as a message.
+/// A function as a message. Threads: made on the posting thread; the function runs and is destroyed on the receiving
+/// one.
 template <std::invocable Function>
 class FunctionMessage final : public RunnableMessage {
 public:

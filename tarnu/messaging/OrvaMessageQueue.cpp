@@ -3,6 +3,7 @@
 #include "tarnu/support/Owners.h"
 #include "tarnu/support/SrwLock.h"
 
+#include <cassert>
 #include <memory>
 #include <new>
 #include <utility>
@@ -54,6 +55,7 @@ struct OrvaMessageQueue::Packet {
     static void CALLBACK OnMessage(ULONG_PTR parameter) noexcept {
         auto [queue, packet] = Open(parameter);
         if (queue == nullptr) return;
+        queue->m_threadId = ::GetCurrentThreadId();
         OrvaCallback* const callback = queue->m_callback;
         packet->next = nullptr;
         (queue->m_newest != nullptr ? queue->m_newest->next : queue->m_oldest) = packet.get();
@@ -75,6 +77,7 @@ OrvaMessageQueue::OrvaMessageQueue(OrvaCallback* callback, HANDLE threadHandle)
     // The pseudo-handle names whichever thread uses it: the poster.
     if (threadHandle == nullptr || threadHandle == ::GetCurrentThread()) {
         m_thread = nullptr;
+        m_threadId = ::GetCurrentThreadId();
         m_isThreadOwned = ::DuplicateHandle(::GetCurrentProcess(), ::GetCurrentThread(), ::GetCurrentProcess(),
                                             &m_thread, THREAD_SET_CONTEXT, /*bInheritHandle=*/FALSE,
                                             /*dwOptions=*/0) != FALSE;
@@ -113,7 +116,15 @@ OrvaServerCode OrvaMessageQueue::QueuePacket(OrvaMessage* message, PAPCFUNC proc
     return OrvaServerSuccess;
 }
 
+/// The calling thread may take messages out.
+bool OrvaMessageQueue::IsOwnersTurn() const noexcept {
+    const DWORD owner = m_threadId;
+    if (owner == 0 || owner == ::GetCurrentThreadId()) return true;
+    return ::QueueUserAPC(&Packet::OnProbe, m_thread, /*dwData=*/0) == 0; // it has ended
+}
+
 OrvaServerCode OrvaMessageQueue::Peek(OrvaMessage*& message) {
+    assert(IsOwnersTurn() && "called on the owning thread");
     ::SleepEx(/*dwMilliseconds=*/0, /*bAlertable=*/TRUE);
     message = nullptr;
     if (m_oldest == nullptr) return m_isClosed ? OrvaServerQueueClosed : OrvaServerQueueEmpty;

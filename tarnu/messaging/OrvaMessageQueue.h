@@ -18,10 +18,10 @@
 /// while (queue.Get(message) == OrvaServerSuccess) delete message;
 /// ~~~
 ///
-/// Threads: Post, PostClose and Close may be called on any thread; Peek and Get on the owning thread only. The queue is
-/// destroyed on the owning thread, or while that one runs no procedure calls; calls may still be on their way to it.
-/// Ownership: callback and thread handle are borrowed. The queue never deletes a message: take out what is left before
-/// it is destroyed.
+/// Threads: Post, PostClose and Close may be called on any thread; Peek and Get on the owning thread only, or on any
+/// one when that has ended. The queue is destroyed on the owning thread, or while that one runs no procedure calls;
+/// calls may still be on their way to it. Ownership: callback and thread handle are borrowed. The queue never deletes a
+/// message: take out what is left before it is destroyed.
 class TARNU_API OrvaMessageQueue {
 public:
     /// @param callback      executed on the owning thread for each message that arrives and when the queue is closed by
@@ -60,11 +60,13 @@ private:
     struct Packet;
 
     OrvaServerCode QueuePacket(OrvaMessage* message, PAPCFUNC procedure) noexcept;
+    bool IsOwnersTurn() const noexcept;
 
     Packet* m_oldest = nullptr; ///< the messages that have arrived, in the packets that brought them: nothing is
                                 ///< allocated on the owning thread
     Packet* m_newest = nullptr;
     HANDLE m_thread;
+    std::atomic<DWORD> m_threadId = 0; ///< of the owning thread; 0 as long as nothing has told it
     std::atomic<bool> m_isClosed = false;
     OrvaCallback* m_callback;
     bool m_isThreadOwned = false;

@@ -4,6 +4,7 @@
 #include "tarnu/support/SrwLock.h"
 #include "tarnu/support/ThreadEnd.h"
 
+#include <cassert>
 #include <iterator>
 #include <memory>
 #include <new>
@@ -48,6 +49,7 @@ OrvaServerThread::OrvaServerThread() {
 }
 
 OrvaServerThread::~OrvaServerThread() {
+    assert(currentServer != this && "destroyed on another thread than its own");
     if (m_thread != nullptr) OrvaServerThread::Stop(nullptr);
     ::DeleteCriticalSection(&m_startAndStop);
     CloseHandlers();

@@ -1,12 +1,14 @@
 #include "tarnu/messaging/OrvaSubClassWnd.h"
 
 #include "tarnu/support/SrwLock.h"
+#include "tarnu/support/ThreadRule.h"
 
 #include <cstddef>
 #include <map>
 #include <new>
 #include <utility>
 
+using tarnu::support::RequireThreadOf;
 using tarnu::support::SrwExclusiveLock;
 using tarnu::support::SrwSharedLock;
 
@@ -187,6 +189,7 @@ bool OrvaSubClassWnd::Chain::Attach(HWND window, OrvaSubClassWnd* object) noexce
 void OrvaSubClassWnd::Chain::Detach(OrvaSubClassWnd* object) noexcept {
     const HWND window = object->m_hWnd;
     if (!Contains(window, object)) return;
+    RequireThreadOf(window);
     for (Delivery* delivery = Delivery::s_innermost; delivery != nullptr; delivery = delivery->outer) {
         if (delivery->next == object) delivery->next = object->m_next;
     }
@@ -255,6 +258,7 @@ BOOL OrvaSubClassWnd::SubClass(HWND window) noexcept {
         UnSubClass();
         return FALSE;
     }
+    RequireThreadOf(window);
     if (window == m_hWnd && Chain::Head(window) == this) return TRUE;
     UnSubClass();
     const bool isHooked = ::IsWindow(window) && Chain::Attach(window, this);

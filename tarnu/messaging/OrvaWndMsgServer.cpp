@@ -1,6 +1,7 @@
 #include "tarnu/messaging/OrvaWndMsgServer.h"
 
 #include "tarnu/messaging/OrvaWndMsgServerInternal.h"
+#include "tarnu/support/ThreadRule.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -65,6 +66,7 @@ OrvaWndMsgServerImpl::~OrvaWndMsgServerImpl() {
 }
 
 HRESULT OrvaWndMsgServerImpl::RegisterCallback(UINT message, UINT& cookie, Callback* callback) {
+    tarnu::support::RequireThread(m_threadId);
     if (callback == nullptr) return E_POINTER;
     if (m_lastCookie == std::numeric_limits<UINT>::max()) return E_OUTOFMEMORY; // a cookie is never issued twice
     const UINT next = m_lastCookie + 1;

@@ -72,7 +72,7 @@ inline std::strong_ordering natural_compare(std::wstring_view left, std::wstring
 }
 
 /// natural_compare as an order for sorting and for keys of maps and sets. Takes CString, std::wstring, OrvaPath and
-/// plain texts, also two of different kinds.
+/// plain texts, also two of different kinds. Threads: any.
 ///
 ///     std::set<std::wstring, tarnu::natural_less> names{L"sheet 10", L"sheet 9"}; // 9 comes first
 struct natural_less {

@@ -12,7 +12,7 @@
 namespace tarnu {
 
 /// The tokens of a terminated text, as OrvaNextToken finds them: what stands between runs of delimiters, never empty.
-/// Text and delimiters are borrowed and must outlive the range; each begin() starts anew.
+/// Text and delimiters are borrowed and must outlive the range; each begin() starts anew. Threads: one at a time.
 ///
 ///     for (const CString& token : tarnu::Tokens(L"line  0,0", L" ,")) Use(token); // line, 0, 0
 class Tokens {

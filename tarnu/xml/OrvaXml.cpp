@@ -5,6 +5,7 @@
 #include "tarnu/support/Com.h"
 #include "tarnu/support/Errors.h"
 #include "tarnu/support/Owners.h"
+#include "tarnu/support/ThreadRule.h"
 #include "tarnu/xml/XmlTextInternal.h"
 
 #include <array>
@@ -147,6 +148,7 @@ OrvaXml::OrvaXml(const CString& path, bool asynchronous, bool fromStream, bool o
 }
 
 OrvaXml::~OrvaXml() {
+    tarnu::support::RequireThread(m_threadId);
     m_document.Reset();
     // A thread that already uses COM in another way refused the initialisation, so there is nothing to take back.
     if (m_comInitialized) ::CoUninitialize();

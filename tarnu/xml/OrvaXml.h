@@ -223,6 +223,7 @@ private:
     bool m_ownFileStream;
     CString m_path;
     bool m_comInitialized;
+    const DWORD m_threadId = ::GetCurrentThreadId();
 };
 
 /// Whether the system is Windows 5.1 or later, asked of it once per process. Any thread.

@@ -35,7 +35,7 @@ using OrvaXmlNodeArray = std::vector<OrvaXmlNode>;
 /// An ordered list of texts.
 using OrvaXmlStringArray = std::vector<CString>;
 
-/// Name and value of one attribute.
+/// Name and value of one attribute. A plain value: one thread at a time.
 struct OrvaXmlAttribute {
     CString Name;  ///< as in the document
     CString Value; ///< unescaped
