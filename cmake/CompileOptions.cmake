@@ -22,6 +22,13 @@ else()
             $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
         target_link_options(tarnu_compile_options INTERFACE -fstack-protector-strong)
     endif()
+    if(TARNU_COVERAGE)
+        target_compile_definitions(tarnu_compile_options INTERFACE TARNU_COVERAGE)
+        # Several threads count.
+        target_compile_options(tarnu_compile_options INTERFACE
+            "$<$<COMPILE_LANGUAGE:CXX>:--coverage;-fprofile-update=atomic;-O0>")
+        target_link_options(tarnu_compile_options INTERFACE --coverage)
+    endif()
     if(TARNU_STATIC_RUNTIME)
         # libstdc++, libgcc and winpthread; the import libraries of the system are what -static finds of the system.
         target_link_options(tarnu_compile_options INTERFACE -static)

@@ -20,6 +20,9 @@ std::map<std::string, ULONGLONG> Table() {
 }
 
 TEST(FaultSeam, EveryImportIsCoveredOrExcused) {
+#ifdef TARNU_COVERAGE
+    GTEST_SKIP() << "the counters have imports of their own";
+#endif
     for (const ModuleImport& import : ImportsOf(::GetModuleHandleW(L"TarnuWin32Utils.dll"))) {
         const auto& calls = CoveredCalls();
         const bool isCovered = std::any_of(calls.begin(), calls.end(), [&import](const SystemCall* call) {
