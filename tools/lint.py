@@ -19,6 +19,14 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 CLANG = "clang++-14"
 CLANG_TIDY = "clang-tidy-14"
+# What cppcheck is not to report, and why.
+CPPCHECK_SUPPRESSED = {
+    "missingInclude": "the system's headers are not among what it reads",
+    "legacyUninitvar": "takes a variable that `::new (place) T` initialises for an operand; uninitvar looks better",
+    "va_end_missing": "an owner ends the list (ListEnd), and it looks for the call",
+    "uninitvar:*/OrvaZipWriter.cpp": "the buffer of a record is read as far as it has been filled",
+    "useInitializationList:*/OrvaXml.cpp": "the document needs COM, which a later member initialises",
+}
 
 
 def system_includes(compiler):
@@ -101,8 +109,9 @@ def main():
         failures += run_all("cppcheck", target / "cppcheck.log",
                             [(entry["file"], ["cppcheck", "--quiet", "--std=c++20", "--platform=win64", "--error-exitcode=1",
                                      "--enable=warning,performance,portability", "--inline-suppr",
-                                     "--suppress=missingInclude", f"-I{ROOT}", f"-I{ROOT}/tools", "-DTARNU_API=",
-                                     "-DUNICODE", "-D_UNICODE", "-D_WIN32", entry["file"]], str(ROOT))
+                                     *(f"--suppress={name}" for name in CPPCHECK_SUPPRESSED),
+                                     f"-I{ROOT}", f"-I{ROOT}/tools", "-DTARNU_API=", "-DUNICODE", "-D_UNICODE",
+                                     "-D_WIN32", entry["file"]], str(ROOT))
                              for entry in shipped])
     return 1 if failures else 0
 

@@ -176,7 +176,8 @@ int Write(const Options& options) {
     std::wstring project = options.name;
     if (project.empty()) {
         project = source.substr(source.find_last_of(L"\\/:") + 1);
-        if (project.rfind(L'.') != 0) project = project.substr(0, project.rfind(L'.'));
+        const std::size_t point = project.rfind(L'.');
+        if (point != std::wstring::npos && point != 0) project.resize(point);
     }
     const OrvaXml xml(L"", /*asynchronous=*/false, /*fromStream=*/false, /*ownFileStream=*/false);
     if (!BuildDocument(xml.GetDocument().Get(), options, project, points)) {
