@@ -69,6 +69,12 @@ struct OrvaMessageQueue::Packet {
         if (queue->m_callback != nullptr) queue->m_callback->Execute();
     }
     static void CALLBACK OnProbe(ULONG_PTR) noexcept {}
+
+    /// The calling thread may take messages out.
+    static bool MayTake(const OrvaMessageQueue& queue) noexcept {
+        if (queue.m_threadId == 0 || queue.m_threadId == ::GetCurrentThreadId()) return true;
+        return ::QueueUserAPC(&OnProbe, queue.m_thread, /*dwData=*/0) == 0; // the owner has ended
+    }
 };
 
 OrvaMessageQueue::OrvaMessageQueue(OrvaCallback* callback, HANDLE threadHandle)
@@ -116,15 +122,8 @@ OrvaServerCode OrvaMessageQueue::QueuePacket(OrvaMessage* message, PAPCFUNC proc
     return OrvaServerSuccess;
 }
 
-/// The calling thread may take messages out.
-bool OrvaMessageQueue::IsOwnersTurn() const noexcept {
-    const DWORD owner = m_threadId;
-    if (owner == 0 || owner == ::GetCurrentThreadId()) return true;
-    return ::QueueUserAPC(&Packet::OnProbe, m_thread, /*dwData=*/0) == 0; // it has ended
-}
-
 OrvaServerCode OrvaMessageQueue::Peek(OrvaMessage*& message) {
-    assert(IsOwnersTurn() && "called on the owning thread");
+    assert(Packet::MayTake(*this) && "called on the owning thread");
     ::SleepEx(/*dwMilliseconds=*/0, /*bAlertable=*/TRUE);
     message = nullptr;
     if (m_oldest == nullptr) return m_isClosed ? OrvaServerQueueClosed : OrvaServerQueueEmpty;

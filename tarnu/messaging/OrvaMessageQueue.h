@@ -60,7 +60,6 @@ private:
     struct Packet;
 
     OrvaServerCode QueuePacket(OrvaMessage* message, PAPCFUNC procedure) noexcept;
-    bool IsOwnersTurn() const noexcept;
 
     Packet* m_oldest = nullptr; ///< the messages that have arrived, in the packets that brought them: nothing is
                                 ///< allocated on the owning thread
