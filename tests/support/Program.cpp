@@ -29,9 +29,14 @@ Program::Program(const std::wstring& name, const std::wstring& arguments, const 
     startup.hStdOutput = output.Get();
     startup.hStdError = errors.Get();
     PROCESS_INFORMATION process{};
-    EXPECT_TRUE(::CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, 0,
-                                 nullptr, folder.empty() ? nullptr : folder.c_str(), &startup, &process))
-        << ::GetLastError();
+    BOOL isStarted = FALSE;
+    // Wine now and then refuses with an internal error while other programs start, too.
+    for (int attempt = 0; attempt < 5 && !isStarted; ++attempt) {
+        isStarted = ::CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, 0,
+                                     nullptr, folder.empty() ? nullptr : folder.c_str(), &startup, &process);
+        if (!isStarted && ::GetLastError() != ERROR_INTERNAL_ERROR) break;
+    }
+    EXPECT_TRUE(isStarted) << ::GetLastError();
     const support::UniqueHandle thread(process.hThread);
     m_process.Reset(process.hProcess);
     m_id = process.dwProcessId;
