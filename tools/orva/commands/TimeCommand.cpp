@@ -2,8 +2,8 @@
 #include "orva/Console.h"
 #include "tarnu/TarnuWin32Utils.h"
 
-#include <future>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -30,34 +30,10 @@ std::wstring AsArgument(std::wstring_view argument) {
     return quoted.append(backslashes, L'\\') + L'"';
 }
 
-/// Tells when a process ends. Served by a server thread, to which it belongs then.
-class ProcessEnd : public OrvaServerEventHandler {
-public:
-    ProcessEnd(HANDLE process, OrvaTimer& timer) : m_process(process), m_timer(timer) {}
-    ~ProcessEnd() override { ::CloseHandle(m_process); }
-
-    /// The exit status, once the process has ended.
-    std::future<DWORD> Status() { return m_status.get_future(); }
-
-    HANDLE GetHandle() override { return m_process; }
-    void OnSignaled() override {
-        if (m_hasTold) return; // a process stays signalled
-        m_hasTold = true;
-        m_timer.Stop();
-        DWORD status = 0;
-        ::GetExitCodeProcess(m_process, &status);
-        m_status.set_value(status);
-    }
-
-private:
-    const HANDLE m_process;
-    OrvaTimer& m_timer;
-    std::promise<DWORD> m_status;
-    bool m_hasTold = false;
-};
+using Handle = std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)>;
 
 /// Starts the program; null when it does not start.
-HANDLE Start(const Options& options) {
+Handle Start(const Options& options) {
     std::wstring line = AsArgument(options.program);
     for (const std::wstring& argument : options.arguments)
         line += L" " + AsArgument(argument);
@@ -68,10 +44,35 @@ HANDLE Start(const Options& options) {
                           &startup, &process)) {
         const DWORD error = ::GetLastError();
         PrintError(L"orva: " + Named(options.program) + L": " + ErrorText(error) + L"\n");
-        return nullptr;
+        return {nullptr, &::CloseHandle};
     }
-    const std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> thread(process.hThread, &::CloseHandle);
-    return process.hProcess;
+    ::CloseHandle(process.hThread);
+    return {process.hProcess, &::CloseHandle};
+}
+
+/// Waits for the end of a process, at which it stops the timer; returns the exit status.
+DWORD WaitForEnd(HANDLE process, OrvaServerThread& server, OrvaTimer& timer) {
+    std::optional<DWORD> status;
+    OrvaMessageQueue queue(/*callback=*/nullptr, /*threadHandle=*/nullptr); // of this thread
+    const auto tellEnd = [&status, &queue, &timer, process, isTold = false]() mutable {
+        if (isTold) return; // a process stays signalled
+        isTold = tarnu::Post(queue, [&status, &timer, process] {
+                     timer.Stop();
+                     ::GetExitCodeProcess(process, &status.emplace());
+                 }) == OrvaServerSuccess;
+    };
+    if (tarnu::AddHandler(server, process, tellEnd) != OrvaServerSuccess)
+        throw std::runtime_error("the program is not watched");
+    while (!status) {
+        if (tarnu::RunMessages(queue) == 0) ::SleepEx(INFINITE, /*bAlertable=*/TRUE);
+    }
+    server.Stop(); // no handler refers to the queue any more
+    return *status;
+}
+
+/// Ctrl+C is for the program that runs.
+BOOL WINAPI OnConsoleEvent(DWORD event) {
+    return event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
 }
 
 int Run(const Options& options) {
@@ -79,15 +80,11 @@ int Run(const Options& options) {
         OrvaTimer timer(options.report.c_str(), /*addTimeStamp=*/0, /*overwrite=*/0);
         OrvaServerThread server;
         if (server.Start() != OrvaServerSuccess) throw std::runtime_error("no thread could be started");
+        ::SetConsoleCtrlHandler(&OnConsoleEvent, TRUE);
         timer.Start();
-        const HANDLE process = Start(options);
+        const Handle process = Start(options);
         if (process == nullptr) return exitFailure;
-        auto end = std::make_unique<ProcessEnd>(process, timer);
-        std::future<DWORD> ended = end->Status();
-        if (server.AddHandler(end.get()) != OrvaServerSuccess) throw std::runtime_error("the program is not watched");
-        end.release(); // the server deletes it
-        const DWORD status = ended.get();
-        server.Stop();
+        const DWORD status = WaitForEnd(process.get(), server, timer);
         timer.WriteReport(options.program.c_str(), /*reset=*/false);
         Print(Format(L"%s: %s, exit status %lu\n", options.program.c_str(),
                      timer.GetElapsedText(/*reset=*/false).GetString(), status));
@@ -106,8 +103,10 @@ int Run(const Options& options) {
 void AddTimeCommand(Command& program) {
     auto options = std::make_shared<Options>();
     Command& command = program.Add(
-        "time", "Runs a program and prints how long it took.\n\nWrite -- before the program when its arguments begin "
-                "with a dash. The report gets a line per run, so that runs can be compared.");
+        "time",
+        "Runs a program and prints how long it took.\n\nWrite -- before the program when its arguments begin "
+        "with a dash. The report gets a line per run, so that runs can be compared. Ctrl+C is left to the program: "
+        "when that ends, its time is printed.");
     command.Text("PROGRAM", options->program, "the program, found as the system finds programs").Required();
     command.Texts("ARGUMENT", options->arguments, "its arguments");
     command.Text("-r,--report", options->report, "FILE", "append the time to this report file");

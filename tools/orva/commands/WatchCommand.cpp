@@ -69,11 +69,12 @@ private:
     std::size_t m_failureCount = 0;
 };
 
-DWORD watchingThread = 0;
+constexpr UINT stopMessage = WM_APP;
 
-/// Ctrl+C ends the watching, not the program in the middle of a line.
+/// Ctrl+C ends the watching, not the program in the middle of a line. Called on a thread of the system's own.
 BOOL WINAPI OnConsoleEvent(DWORD event) {
-    return (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) && ::PostThreadMessageW(watchingThread, WM_QUIT, 0, 0);
+    return (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) &&
+           OrvaGetWndMsgServer()->PostMessage(stopMessage, 0, 0);
 }
 
 /// Dispatches messages until the time is over, WM_QUIT comes, or nothing is left to watch.
@@ -106,7 +107,8 @@ int Watch(const Options& options) {
         }
         printer.Add(cookie, path);
     }
-    watchingThread = ::GetCurrentThreadId();
+    const tarnu::MessageSubscription stop(stopMessage,
+                                          [](const OrvaWndMsgServer::MessageRecord&) { ::PostQuitMessage(0); });
     ::SetConsoleCtrlHandler(&OnConsoleEvent, TRUE);
     Pump(printer, options.paths.size(), options.seconds);
     ::SetConsoleCtrlHandler(&OnConsoleEvent, FALSE);
