@@ -10,9 +10,11 @@
 namespace {
 
 using tarnu::test::Answer;
+using tarnu::test::DialogOf;
 using tarnu::test::OrvaProcess;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
+using tarnu::test::WaitUntil;
 
 /// A key below HKEY_LOCAL_MACHINE that goes with the object.
 class RegistryKey {
@@ -79,6 +81,28 @@ TEST(MessageCommand, PrintsTheAnswer) {
         Answer(orva, entry.button);
         EXPECT_EQ(entry.status, orva.Wait()) << orva.Errors();
         EXPECT_EQ(entry.answer, orva.Output());
+    }
+}
+
+TEST(MessageCommand, CountsDownAndClosesTheBox) {
+    OrvaProcess answered(L"message hello --title Title --for 600");
+    std::wstring title;
+    EXPECT_TRUE(WaitUntil([&] {
+        wchar_t text[32] = {};
+        ::GetWindowTextW(DialogOf(answered.Id()), text, 32);
+        title = text;
+        return title.ends_with(L" s)") || !answered.IsRunning();
+    }));
+    EXPECT_TRUE(std::regex_match(title, std::wregex(L"Title \\((600|5\\d\\d) s\\)"))) << title.c_str();
+    Answer(answered, IDOK);
+    EXPECT_EQ(0u, answered.Wait()) << answered.Errors();
+    EXPECT_EQ("ok\n", answered.Output());
+
+    // Not the answer that closing it by hand has, which for a single button is ok.
+    for (const wchar_t* seconds : {L"0", L"0.3"}) {
+        OrvaProcess unanswered(std::wstring(L"message hello --for ") + seconds);
+        EXPECT_EQ(1u, unanswered.Wait()) << unanswered.Errors();
+        EXPECT_EQ("none\n", unanswered.Output());
     }
 }
 
