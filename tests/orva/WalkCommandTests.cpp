@@ -3,6 +3,7 @@
 #include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
+#include <regex>
 #include <string>
 
 namespace {
@@ -37,6 +38,20 @@ TEST(TreeCommand, ListsFoldersBeforeFilesInNaturalOrderWithSizes) {
         const std::string output = orva.Output();
         EXPECT_EQ(entry.expected, output.substr(output.find('\n') + 1));
     }
+}
+
+TEST(TreeCommand, OrdersNumbersOfAnyLength) {
+    const TempFolder temp;
+    for (const wchar_t* name : {L"n10000000000", L"n3", L"n4294967297", L"n03", L"N2"})
+        temp.MakeFile(name, "");
+    OrvaProcess orva(L"tree -f \"" + temp.Path() + L"\"");
+    EXPECT_EQ(0u, orva.Wait()) << orva.Errors();
+    std::string names;
+    const std::string output = orva.Output();
+    const std::regex name("[nN]\\d+  ");
+    for (std::sregex_iterator found(output.begin(), output.end(), name); found != std::sregex_iterator(); ++found)
+        names += found->str();
+    EXPECT_EQ("N2  n03  n3  n4294967297  n10000000000  ", names) << output;
 }
 
 TEST(TreeCommand, ShowsWhatLiesDeeperThan260Characters) {

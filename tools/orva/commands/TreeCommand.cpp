@@ -54,8 +54,7 @@ struct Node {
 /// Folders in front of files, each in natural order.
 bool ComesBefore(const std::unique_ptr<Node>& left, const std::unique_ptr<Node>& right) {
     if (left->isFolder != right->isFolder) return left->isFolder;
-    const int order = OrvaNaturalCompareNoCase(left->name, right->name);
-    return order != 0 ? order < 0 : left->name < right->name; // a01 and a1 are naturally equal
+    return tarnu::natural_compare(tarnu::text_view(left->name), tarnu::text_view(right->name)) < 0;
 }
 
 /// The nodes of a tree by their path relative to its root.
