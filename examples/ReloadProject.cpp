@@ -36,6 +36,9 @@ private:
         if (FILE* file = ::_wfopen(m_path.c_str(), L"rb")) {
             if (std::fgets(line, sizeof line, file) == nullptr) line[0] = '\0';
             std::fclose(file);
+        } else { // whoever saves may still hold it; the next change tries again
+            ORVA_LOG_FIRST(5, L"%s cannot be opened", m_path.c_str());
+            return;
         }
         std::printf("loaded: %s\n", line);
     }
