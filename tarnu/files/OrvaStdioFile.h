@@ -27,8 +27,8 @@ public:
     OrvaStdioFile(OrvaPath path, bool addTimeStamp, bool overwrite, int writeHeader);
     ~OrvaStdioFile() override;
 
-    /// Whether there is a file to write to.
-    /// @return false for an object that was made with an empty path
+    /// Whether the constructor has opened a file.
+    /// @return false for an object that was made with an empty path; Close does not change it
     bool IsOpened() const noexcept { return m_opened != FALSE; }
 
 private:

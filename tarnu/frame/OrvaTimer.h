@@ -42,14 +42,14 @@ public:
     /// @return "\nTimer in LABEL: 1.250 sec\n"
     CString GetReport(const CString& label, bool reset);
 
-    /// Writes GetElapsedText to the report file. Without an open file it does nothing, @p reset included.
-    /// @param reset sets the accumulated time back to 0
-    /// @throw CFileException* when writing fails
+    /// Writes GetElapsedText to the report file. A timer that was made without a file does nothing, @p reset included.
+    /// @param reset sets the accumulated time back to 0, even when writing fails then
+    /// @throw CFileException* when writing fails, and after Close
     void WriteElapsed(bool reset);
-    /// Writes GetReport to the report file. Without an open file it does nothing, @p reset included.
+    /// Writes GetReport to the report file. A timer that was made without a file does nothing, @p reset included.
     /// @param label what was timed
-    /// @param reset sets the accumulated time back to 0
-    /// @throw CFileException* when writing fails
+    /// @param reset sets the accumulated time back to 0, even when writing fails then
+    /// @throw CFileException* when writing fails, and after Close
     void WriteReport(const CString& label, bool reset);
 
 private:
