@@ -1,6 +1,6 @@
 /// @file
-/// What the commands over directory trees share: the library's progress meter on the console, a stop by Ctrl+C, and
-/// failures in words.
+/// What the commands over directory trees and archives share: the library's progress meter on the console, a stop by
+/// Ctrl+C, and failures in words.
 #ifndef TARNU_TOOLS_ORVA_TREEPROGRESS_H
 #define TARNU_TOOLS_ORVA_TREEPROGRESS_H
 

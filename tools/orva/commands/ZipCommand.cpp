@@ -1,8 +1,10 @@
 #include "orva/Command.h"
 #include "orva/Console.h"
+#include "orva/TreeProgress.h"
 #include "tarnu/TarnuWin32Utils.h"
 
 #include <algorithm>
+#include <climits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,6 +38,11 @@ std::wstring ResultText(OrvaZipResult result) {
 int Fail(const std::wstring& path, OrvaZipResult result) {
     PrintError(L"orva: " + Named(path) + L": " + ResultText(result) + L"\n");
     return exitFailure;
+}
+
+/// So many steps, each of which is shown.
+tarnu::ProgressScope::Options EachOf(int count) {
+    return {.value = count, .interval = 0};
 }
 
 /// A file or folder to be packed.
@@ -91,19 +98,24 @@ int RunZip(const ZipOptions& options) {
     OrvaZipResult result = writer.Create(archive.c_str(), options.password.c_str());
     if (result != OrvaZipSuccess) return Fail(archive, result);
 
-    ProgressLine progress;
-    std::uint64_t number = 0;
+    TreeProgress console(options.isQuiet);
+    const int count = static_cast<int>(std::min<std::size_t>(items.size(), INT_MAX));
+    tarnu::ProgressScope progress(archive.c_str(), count, EachOf(count));
     std::uint64_t failures = 0;
     for (const Item& item : items) {
-        ++number;
-        if (!options.isQuiet) progress.Item(number, items.size(), std::wstring(item.name));
+        OrvaProgressText(item.name);
+        if (!progress.Step()) {
+            console.Finish();
+            PrintError(L"orva: stopped; " + archive + L" was left as it was\n");
+            return exitFailure;
+        }
         result = writer.AddFile(item.name, item.path);
         if (result == OrvaZipSuccess) continue;
-        progress.Clear();
+        console.Finish();
         Fail(std::wstring(item.path), result);
         ++failures;
     }
-    progress.Clear();
+    console.Finish();
     const std::uint64_t packed = writer.GetCount();
     result = writer.Close();
     if (result != OrvaZipSuccess) return Fail(archive, result);
@@ -158,23 +170,26 @@ int RunUnzip(const UnzipOptions& options) {
         return exitFailure;
     }
 
-    ProgressLine progress;
+    TreeProgress console(options.isQuiet);
     const OrvaZipOverwrite overwrite = [&](const wchar_t* target, const WIN32_FIND_DATAW&) {
         if (options.isQuiet) return;
-        progress.Clear();
+        console.Finish();
         Print(L"replacing " + std::wstring(target) + L"\n");
     };
     std::uint64_t extracted = 0;
     std::uint64_t kept = 0;
     std::uint64_t failures = 0;
+    const int count = static_cast<int>(std::min<ULONGLONG>(reader.GetCount(), INT_MAX));
+    tarnu::ProgressScope progress(archive.c_str(), count, EachOf(count));
     for (ULONGLONG index = 0; index < reader.GetCount(); ++index) {
         OrvaZipEntry entry;
         reader.GetEntry(index, entry);
-        if (!options.isQuiet) progress.Item(index + 1, reader.GetCount(), OnOneLine(entry.name.GetString()));
+        OrvaProgressText(OnOneLine(entry.name.GetString()).c_str());
+        if (!progress.Step()) break;
         bool written = false;
         result = reader.ExtractBelow(index, folder.c_str(), options.canOverwrite ? overwrite : nullptr, &written);
         if (result != OrvaZipSuccess) {
-            progress.Clear();
+            console.Finish();
             const bool needsPassword = result == OrvaZipBadArguments && entry.isEncrypted;
             const std::wstring reason =
                 needsPassword ? std::wstring(L"it is encrypted, and not with this password") : ResultText(result);
@@ -184,15 +199,16 @@ int RunUnzip(const UnzipOptions& options) {
             ++(written ? extracted : kept);
         }
     }
-    progress.Clear();
+    console.Finish();
     std::wstring text = L"unpacked " + Counted(extracted, L"entry", L"entries");
     if (kept != 0) {
         text += L"; left " + Counted(kept, L"file", L"files") + L" that existed already as " +
                 (kept == 1 ? L"it was" : L"they were") + L" (--overwrite replaces them)";
     }
     if (failures != 0) text += L"; " + Counted(failures, L"failure", L"failures");
+    if (progress.IsStopped()) text += L"; stopped";
     Print(text + L"\n");
-    return failures == 0 ? exitSuccess : exitFailure;
+    return failures == 0 && !progress.IsStopped() ? exitSuccess : exitFailure;
 }
 
 } // namespace
@@ -201,7 +217,8 @@ void AddZipCommand(Command& program) {
     auto options = std::make_shared<ZipOptions>();
     Command& command = program.Add(
         "zip", "Packs files and folders into an archive, or lists what one holds.\n\nA file that cannot be read is "
-               "reported and left out. An archive of that name is replaced when the new one is complete, not before.");
+               "reported and left out. An archive of that name is replaced when the new one is complete, not before. "
+               "Ctrl+C stops between two files, and leaves it as it was.");
     command.Synopsis({"ARCHIVE PATH… [--password TEXT] [--quiet]", "--list ARCHIVE"});
     command.Text("ARCHIVE", options->archive, "the archive").Required();
     Option& paths = command.Texts("PATH", options->paths, "files, and folders with all that is in them");
@@ -226,7 +243,7 @@ void AddUnzipCommand(Command& program) {
     Command& command = program.Add(
         "unzip", "Unpacks an archive into a folder.\n\nFiles that exist are left as they are, unless --overwrite is "
                  "given. Entries that are damaged, or that would land outside of the folder, are reported and left "
-                 "out.");
+                 "out. Ctrl+C stops between two entries.");
     command.Text("ARCHIVE", options->archive, "the archive").Required();
     command.Text("DIR", options->folder, "the folder to unpack into; created when it is missing").Required();
     command.Text("-p,--password", options->password, "TEXT", "the password of encrypted entries");
