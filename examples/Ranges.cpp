@@ -26,11 +26,19 @@ int main() {
     for (const OrvaPointArray& face : tarnu::Faces(faces))
         std::printf(" %d", face.GetLength());
 
+    OrvaPointArray corners;
+    corners.Append(OrvaPoint3d{0, 0, 1.5});
+    corners.Append(OrvaPoint3d{4, 3, 2.5});
+    OrvaArrayPointReader reader(corners);
+    std::printf(" corners\npoints at");
+    for (const OrvaPoint3d& corner : tarnu::Points(reader))
+        std::printf(" %g/%g/%g", corner.x, corner.y, corner.z);
+
     OrvaBFSFileTree files;
     files.Open(OrvaPath(OrvaPath::WindowsDirectory), L"*.ini", 0x20);
     int count = 0;
     for ([[maybe_unused]] const OrvaFileEntry& file : OrvaWalk(files))
         ++count;
-    std::printf(" corners\nsettings below the Windows folder: %s\n", count > 0 ? "some" : "none");
+    std::printf("\nsettings below the Windows folder: %s\n", count > 0 ? "some" : "none");
     return 0;
 }

@@ -65,9 +65,8 @@ int main() {
     if (isShow) Save(path, "draft");
 
     Project project(path);
-    OrvaFileEventCookie cookie = nullptr;
-    OrvaFileEventServer* server = OrvaGetFileEventServer();
-    if (FAILED(server->RegisterFile(path.c_str(), Project::filter, &project, cookie))) return 1;
+    tarnu::FileRegistration registration(path.c_str(), Project::filter, project);
+    if (FAILED(registration.GetResult())) return 1;
     if (isShow) ::SetTimer(nullptr, 0, /*uElapse=*/200, nullptr); // another program saves
 
     MSG message;
@@ -79,8 +78,8 @@ int main() {
         ::DispatchMessageW(&message);
         if (project.ReloadIfStale() && isShow) ::PostQuitMessage(0);
     }
-    server->UnregisterFile(cookie);
-    server->Stop();
+    registration.Reset();
+    OrvaGetFileEventServer()->Stop();
     if (isShow) ::DeleteFileW(path.c_str());
     return static_cast<int>(message.wParam);
 }
