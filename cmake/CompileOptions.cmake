@@ -17,8 +17,9 @@ else()
         "$<$<AND:$<COMPILE_LANGUAGE:CXX>,$<BOOL:${TARNU_WARNINGS_AS_ERRORS}>>:-Werror;-Wno-error=restrict>")
     if(TARNU_HARDENED)
         target_compile_definitions(tarnu_compile_options INTERFACE _GLIBCXX_ASSERTIONS)
+        # Line numbers are what a trap needs to be found by; whole debug information would double the time to compile.
         target_compile_options(tarnu_compile_options INTERFACE
-            "$<$<COMPILE_LANGUAGE:CXX>:-O1;-fsanitize=undefined;-fsanitize-undefined-trap-on-error>"
+            "$<$<COMPILE_LANGUAGE:CXX>:-Og;-g1;-fsanitize=undefined;-fsanitize-undefined-trap-on-error>"
             $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
         target_link_options(tarnu_compile_options INTERFACE -fstack-protector-strong)
     endif()

@@ -74,7 +74,7 @@ def thread_rules():
     named = [name for row in table[1].splitlines() for name in re.findall(r"`(\w+)`", row.split("|")[2])]
     classes = set()
     for header in (ROOT / "tarnu").rglob("*.h"):
-        if not {"support", "framework"} & set(header.parts) and not header.name.endswith("Internal.h"):
+        if not {"support", "framework"} & set(header.relative_to(ROOT).parts) and not header.name.endswith("Internal.h"):
             classes.update(re.findall(r"(?m)^(?:class|struct) (?:TARNU_API )?(\w+)(?=[\s\w:<>,]*\{)",
                                       header.read_text(encoding="utf-8")))
     for name in sorted(classes - set(named)):

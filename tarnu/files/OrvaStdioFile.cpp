@@ -13,7 +13,7 @@ OrvaPath WithTimeStamp(OrvaPath path, __time64_t time) {
     CString stamped;
     stamped.Format(L"%s - %d%s", path.GetName().GetText().GetString(), static_cast<int>(time),
                    path.GetExtension().GetText().GetString());
-    const CString whole(path.GetText().GetString());
+    const CString whole(path.GetText().GetString()); // without the terminator that a relative path's length counts
     path = whole.Left(whole.GetLength() - path.GetNameAndExtension().GetText().GetLength()) + stamped;
     path.Normalize();
     return path;

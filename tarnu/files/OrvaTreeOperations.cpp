@@ -22,6 +22,7 @@ using tarnu::support::FullPath;
 using tarnu::support::HasWildcards;
 using tarnu::support::IsBlank;
 using tarnu::support::IsDevice;
+using tarnu::support::IsExtendedRoot;
 using tarnu::support::RemoveLink;
 using tarnu::support::Replacement;
 using tarnu::support::TreesOverlap;
@@ -49,17 +50,6 @@ DWORD LastFailure() noexcept {
     return error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE;
 }
 
-/// The root of a drive, volume or share, in the form that MakeRootPath gives.
-bool IsRootPath(std::wstring_view path) noexcept {
-    constexpr std::wstring_view prefix = L"\\\\?\\";
-    constexpr std::wstring_view sharePrefix = L"\\\\?\\UNC\\";
-    if (path.starts_with(sharePrefix)) {
-        const std::size_t share = path.find(L'\\', sharePrefix.size());
-        return share != std::wstring_view::npos && path.find(L'\\', share + 1) == std::wstring_view::npos;
-    }
-    return path.starts_with(prefix) && path.find(L'\\', prefix.size()) == std::wstring_view::npos;
-}
-
 /// Reads one entry as a listing of its directory would: a link as the link.
 DWORD Look(const std::wstring& path, Entry& entry) {
     WIN32_FIND_DATAW data;
@@ -69,7 +59,7 @@ DWORD Look(const std::wstring& path, Entry& entry) {
     }
     const DWORD error = LastFailure();
     // A root is in no listing. Anything else is not looked at in this way, which would take a link for its target.
-    if (!IsRootPath(path)) return error;
+    if (!IsExtendedRoot(path)) return error;
     entry.attributes = ::GetFileAttributesW((path + L'\\').c_str());
     return entry.attributes != INVALID_FILE_ATTRIBUTES ? ERROR_SUCCESS : error;
 }

@@ -36,11 +36,26 @@ inline bool IsExtendedPath(const wchar_t* path) noexcept {
     return path[0] == L'\\' && path[1] == L'\\' && (path[2] == L'?' || path[2] == L'.') && path[3] == L'\\';
 }
 
+inline constexpr std::wstring_view extendedPrefix = L"\\\\?\\";
+inline constexpr std::wstring_view extendedSharePrefix = L"\\\\?\\UNC\\";
+
 /// The form of an absolute path that is not limited to 260 characters: "\\?\C:\x", "\\?\UNC\server\share".
 inline std::wstring ExtendedPath(const std::wstring& fullPath) {
     if (IsExtendedPath(fullPath.c_str())) return fullPath;
-    if (fullPath.starts_with(L"\\\\")) return L"\\\\?\\UNC" + fullPath.substr(1);
-    return L"\\\\?\\" + fullPath;
+    const std::wstring_view full(fullPath);
+    std::wstring extended;
+    extended = full.starts_with(L"\\\\") ? extendedSharePrefix : extendedPrefix;
+    extended += full.starts_with(L"\\\\") ? full.substr(2) : full;
+    return extended;
+}
+
+/// True for the root of a drive, volume or share in extended form, without a separator behind it.
+inline bool IsExtendedRoot(std::wstring_view path) noexcept {
+    if (path.starts_with(extendedSharePrefix)) {
+        const std::size_t share = path.find(L'\\', extendedSharePrefix.size());
+        return share != std::wstring_view::npos && path.find(L'\\', share + 1) == std::wstring_view::npos;
+    }
+    return path.starts_with(extendedPrefix) && path.find(L'\\', extendedPrefix.size()) == std::wstring_view::npos;
 }
 
 inline bool IsSeparator(wchar_t character) noexcept {

@@ -1,10 +1,10 @@
 #include "faults/FaultDriver.h"
 
+#include "support/CrashName.h"
 #include "tarnu/support/Owners.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <gtest/gtest.h>
 #include <set>
@@ -22,31 +22,6 @@ struct Totals {
 };
 Totals totals;
 
-/// Names the run at hand, for a crash that leaves no other trace.
-char currentRun[256] = "none";
-
-LONG WINAPI OnCrash(EXCEPTION_POINTERS* exception) {
-    const auto base = reinterpret_cast<ULONGLONG>(::GetModuleHandleW(L"TarnuWin32Utils.dll"));
-    std::fprintf(stderr, "crash 0x%08lx at library +0x%llx in: %s\n", exception->ExceptionRecord->ExceptionCode,
-                 reinterpret_cast<ULONGLONG>(exception->ExceptionRecord->ExceptionAddress) - base, currentRun);
-    std::fflush(stderr);
-    ::TerminateProcess(::GetCurrentProcess(), 3);
-    return EXCEPTION_EXECUTE_HANDLER;
-}
-
-[[noreturn]] void OnTerminate() {
-    void* frames[16] = {};
-    const USHORT count = ::RtlCaptureStackBackTrace(0, 16, frames, nullptr);
-    const auto base = reinterpret_cast<ULONGLONG>(::GetModuleHandleW(L"TarnuWin32Utils.dll"));
-    std::fprintf(stderr, "terminate in: %s\n  library", currentRun);
-    for (USHORT i = 0; i < count; ++i)
-        std::fprintf(stderr, " +0x%llx", reinterpret_cast<ULONGLONG>(frames[i]) - base);
-    std::fprintf(stderr, "\n");
-    std::fflush(stderr);
-    ::TerminateProcess(::GetCurrentProcess(), 3);
-    std::abort();
-}
-
 /// When the run at hand began; 0 between runs.
 std::atomic<ULONGLONG> runStarted{0};
 
@@ -57,7 +32,7 @@ DWORD WINAPI WatchRuns(void*) {
         ::Sleep(500);
         const ULONGLONG started = runStarted;
         if (started == 0 || ::GetTickCount64() - started < limitMilliseconds) continue;
-        std::fprintf(stderr, "hangs: %s\n", currentRun);
+        std::fprintf(stderr, "hangs: %s\n", InputName());
         std::fflush(stderr);
         ::TerminateProcess(::GetCurrentProcess(), 4);
     }
@@ -175,8 +150,6 @@ std::string Narrow(const std::wstring& text) {
 /// Prints the figures of the run, and requires of a whole run that every import it covers was made to fail.
 class Summary : public ::testing::Environment {
     void SetUp() override {
-        ::SetUnhandledExceptionFilter(OnCrash);
-        std::set_terminate(OnTerminate);
         const support::UniqueHandle watch(::CreateThread(nullptr, 0, WatchRuns, nullptr, 0, nullptr));
     }
     void TearDown() override {
@@ -288,7 +261,7 @@ private:
 
     void RunOnce(const std::string& description, const Plan& plan) {
         const std::string name = ::testing::UnitTest::GetInstance()->current_test_info()->name() + (": " + description);
-        std::snprintf(currentRun, sizeof currentRun, "%s", name.c_str());
+        NameInput("%s", name.c_str());
         ++totals.runs;
         runStarted = ::GetTickCount64();
         const std::wstring folder = m_folder / std::to_wstring(++m_serial);

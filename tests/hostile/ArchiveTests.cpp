@@ -2,9 +2,9 @@
 
 #include "archive/RawArchive.h"
 #include "hostile/ArchiveMutator.h"
-#include "hostile/CrashName.h"
 #include "hostile/GuardedBytes.h"
 #include "hostile/MemoryMeter.h"
+#include "support/CrashName.h"
 #include "support/HandleCount.h"
 #include "support/ImportPatch.h"
 #include "support/TempFolder.h"

@@ -1,9 +1,9 @@
 // Command lines that nobody would type: words of orva's own vocabulary in any order.
 
-#include "hostile/CrashName.h"
 #include "hostile/Random.h"
 #include "orva/Command.h"
 #include "orva/Console.h"
+#include "support/CrashName.h"
 #include "support/TempFolder.h"
 #include "tarnu/support/Owners.h"
 

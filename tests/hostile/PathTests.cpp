@@ -1,7 +1,7 @@
 // Paths around the system's two limits, and texts that are no good paths.
 
-#include "hostile/CrashName.h"
 #include "hostile/Random.h"
+#include "support/CrashName.h"
 #include "support/TempFolder.h"
 #include "tarnu/TarnuWin32Utils.h"
 

@@ -1,9 +1,9 @@
 // Mutated survey files: what is read is well formed and can be written and read again.
 
-#include "hostile/CrashName.h"
 #include "hostile/Random.h"
 #include "orva/Console.h"
 #include "orva/SurveyPoints.h"
+#include "support/CrashName.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // XML that ends too early, lies about its encoding, nests deeply or grows when it is read.
 
-#include "hostile/CrashName.h"
 #include "hostile/Random.h"
+#include "support/CrashName.h"
 #include "support/MessageBoxes.h"
 #include "support/TempFolder.h"
 #include "tarnu/TarnuWin32Utils.h"

@@ -205,6 +205,18 @@ TEST(Races, StartingStoppingAndAddingFromThreeThreads) {
     EXPECT_LE(CountHandles(), handles + 4);
 }
 
+/// Waits for the ends of two threads that send to windows of the calling one, which therefore dispatches meanwhile.
+void PumpUntilEnded(std::thread& first, std::thread& second) {
+    std::atomic<bool> areEnded = false;
+    std::thread joiner([&] {
+        first.join();
+        second.join();
+        areEnded = true;
+    });
+    EXPECT_TRUE(PumpUntil([&] { return areEnded.load(); }));
+    joiner.join();
+}
+
 class Hooked : public OrvaSubClassWnd {
 public:
     LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override {
@@ -253,14 +265,7 @@ TEST(Races, UnhookingWhileOtherThreadsSend) {
     }
     EXPECT_EQ(TestWindow::OwnProcedure(), window.Procedure());
     isDone = true;
-    std::atomic<bool> areEnded = false;
-    std::thread joiner([&] {
-        first.join();
-        second.join();
-        areEnded = true;
-    });
-    EXPECT_TRUE(PumpUntil([&] { return areEnded.load(); }));
-    joiner.join();
+    PumpUntilEnded(first, second);
     EXPECT_EQ(sent, received);
     EXPECT_GE(calls, rounds);
 }
@@ -336,14 +341,7 @@ TEST(Races, SubscribingWhileOtherThreadsSend) {
         PumpMessages();
     }
     isDone = true;
-    std::atomic<bool> areEnded = false;
-    std::thread joiner([&] {
-        first.join();
-        second.join();
-        areEnded = true;
-    });
-    EXPECT_TRUE(PumpUntil([&] { return areEnded.load(); }));
-    joiner.join();
+    PumpUntilEnded(first, second);
     EXPECT_TRUE(PumpUntil([&] { return always.calls == sent; })) << always.calls << " of " << sent;
     EXPECT_EQ(S_OK, server->RemoveCallback(message, cookie));
 }

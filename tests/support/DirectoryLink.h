@@ -3,8 +3,8 @@
 #ifndef TARNU_TESTS_SUPPORT_DIRECTORYLINK_H
 #define TARNU_TESTS_SUPPORT_DIRECTORYLINK_H
 
+#include "support/Program.h"
 #include "support/Wait.h"
-#include "tarnu/support/Owners.h"
 
 #include <string>
 #include <utility>
@@ -59,16 +59,9 @@ private:
 
     static void RunOnHost(const wchar_t* program, const std::wstring& arguments) {
         const std::wstring path = std::wstring(L"\\\\?\\unix\\bin\\") + program;
-        std::wstring command = L"\"" + path + L"\" " + arguments;
         STARTUPINFOW startup{};
-        startup.cb = sizeof(startup);
-        PROCESS_INFORMATION process{};
-        if (!::CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                              &process)) {
-            return;
-        }
-        const support::UniqueHandle processHandle(process.hProcess);
-        const support::UniqueHandle threadHandle(process.hThread);
+        startup.cb = sizeof startup;
+        StartProgram(path, L'"' + path + L"\" " + arguments, startup, /*inheritHandles=*/false, nullptr);
     }
 
     std::wstring m_path;

@@ -11,6 +11,20 @@ std::wstring PathBesideTest(const std::wstring& name) {
     return program.substr(0, program.rfind(L'\\') + 1) + name;
 }
 
+support::UniqueHandle StartProgram(const std::wstring& path, std::wstring command, STARTUPINFOW& startup,
+                                   bool inheritHandles, const wchar_t* folder) {
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        PROCESS_INFORMATION process{};
+        if (::CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, inheritHandles, 0, nullptr, folder,
+                             &startup, &process)) {
+            const support::UniqueHandle thread(process.hThread);
+            return support::UniqueHandle(process.hProcess);
+        }
+        if (::GetLastError() != ERROR_INTERNAL_ERROR) break;
+    }
+    return support::UniqueHandle();
+}
+
 Program::Program(const std::wstring& name, const std::wstring& arguments, const std::wstring& folder) {
     const auto capture = [this](const wchar_t* file) {
         SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, /*bInheritHandle=*/TRUE};
@@ -22,24 +36,15 @@ Program::Program(const std::wstring& name, const std::wstring& arguments, const 
     const support::UniqueFileHandle errors = capture(L"errors");
     EXPECT_TRUE(output && errors) << ::GetLastError();
     const std::wstring program = PathBesideTest(name);
-    std::wstring command = L'"' + program + L"\" " + arguments;
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = output.Get();
     startup.hStdError = errors.Get();
-    PROCESS_INFORMATION process{};
-    BOOL isStarted = FALSE;
-    // Wine now and then refuses with an internal error while other programs start, too.
-    for (int attempt = 0; attempt < 5 && !isStarted; ++attempt) {
-        isStarted = ::CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, /*bInheritHandles=*/TRUE, 0,
-                                     nullptr, folder.empty() ? nullptr : folder.c_str(), &startup, &process);
-        if (!isStarted && ::GetLastError() != ERROR_INTERNAL_ERROR) break;
-    }
-    EXPECT_TRUE(isStarted) << ::GetLastError();
-    const support::UniqueHandle thread(process.hThread);
-    m_process.Reset(process.hProcess);
-    m_id = process.dwProcessId;
+    m_process = StartProgram(program, L'"' + program + L"\" " + arguments, startup, /*inheritHandles=*/true,
+                             folder.empty() ? nullptr : folder.c_str());
+    EXPECT_TRUE(m_process) << ::GetLastError();
+    m_id = ::GetProcessId(m_process.Get());
 }
 
 Program::~Program() {
