@@ -14,8 +14,8 @@ bool IsFolder(const wchar_t* path) noexcept {
 /// Where the first folder of an absolute path begins: behind the drive, or server and share.
 std::size_t RootLength(std::wstring_view path) noexcept {
     const auto skip = [path](std::size_t at) { return std::min(path.find_first_of(L"\\/", at), path.size() - 1) + 1; };
-    if (path.starts_with(LR"(\\?\UNC\)")) return skip(skip(8));
-    if (path.starts_with(LR"(\\?\)") || path.starts_with(LR"(\\.\)")) return skip(4);
+    if (path.starts_with(extendedSharePrefix)) return skip(skip(extendedSharePrefix.size()));
+    if (path.starts_with(extendedPrefix) || path.starts_with(LR"(\\.\)")) return skip(4);
     if (path.size() > 2 && IsSeparator(path[0]) && IsSeparator(path[1])) return skip(skip(2));
     return skip(0);
 }

@@ -9,8 +9,6 @@ namespace tarnu::support {
 namespace {
 
 constexpr std::wstring_view devicePrefix = L"\\\\.\\";
-constexpr std::wstring_view extendedPrefix = L"\\\\?\\";
-constexpr std::wstring_view extendedShare = L"\\\\?\\UNC\\";
 constexpr std::wstring_view share = L"\\\\";
 
 /// Where the last component of an absolute path begins, at its separator; npos when only a root is left.
@@ -82,7 +80,8 @@ bool HasWildcards(const std::wstring& fullPath) {
 
 std::wstring DisplayPath(const std::wstring& extendedPath) {
     const std::wstring_view path(extendedPath);
-    if (path.starts_with(extendedShare)) return std::wstring(share).append(path.substr(extendedShare.size()));
+    if (path.starts_with(extendedSharePrefix))
+        return std::wstring(share).append(path.substr(extendedSharePrefix.size()));
     if (path.starts_with(extendedPrefix)) return std::wstring(path.substr(extendedPrefix.size()));
     return extendedPath;
 }

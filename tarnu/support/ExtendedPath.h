@@ -7,6 +7,7 @@
 
 #include <cwchar>
 #include <string>
+#include <string_view>
 
 namespace tarnu::support {
 
