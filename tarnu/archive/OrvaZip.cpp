@@ -1,12 +1,14 @@
 #include "tarnu/archive/OrvaZip.h"
 
 #include "tarnu/archive/ZipFilesInternal.h"
+#include "tarnu/archive/ZipOpenAheadInternal.h"
 #include "tarnu/archive/ZipWriterInternal.h"
 #include "tarnu/support/RelativePath.h"
 
 #include <algorithm>
 #include <climits>
 #include <new>
+#include <optional>
 #include <vector>
 
 using namespace tarnu::support;
@@ -17,6 +19,9 @@ bool IsFolder(const wchar_t* path) noexcept {
     const DWORD attributes = ::GetFileAttributesW(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
+
+/// A list of so many files is worth the threads that open them ahead.
+constexpr UINT openAheadFrom = 32;
 
 UINT Clipped(ULONGLONG count) noexcept {
     return static_cast<UINT>(std::min<ULONGLONG>(count, UINT_MAX));
@@ -103,18 +108,25 @@ int OrvaZipFiles(const CString& archive, const CStringList& files, int mode, con
         return 0;
     }
     const UINT count = Clipped(static_cast<ULONGLONG>(files.GetCount()));
+    // A progress callback may change or make the files to come: with one, each is opened at its turn.
+    std::optional<OpenAhead> openAhead;
+    if (count >= openAheadFrom && !progress) openAhead.emplace(files);
     UINT number = 0;
     int added = 0;
     for (POSITION position = files.GetHeadPosition(); position != nullptr;) {
         CString file = files.GetNext(position);
         CString name;
         ++number;
+        const UniqueFileHandle* const opened = openAhead ? &openAhead->Next() : nullptr;
         if (!Name(file, mode, folder, name)) continue;
         bool isDirectory = false;
         const OrvaZipResult result =
-            ZipWriterAccess::AddExisting(writer, name, file, progress, number, count, isDirectory);
+            opened != nullptr && *opened
+                ? ZipWriterAccess::AddOpened(writer, name, *opened, isDirectory)
+                : ZipWriterAccess::AddExisting(writer, name, file, progress, number, count, isDirectory);
         if (result == OrvaZipSuccess && !isDirectory) ++added;
     }
+    openAhead.reset();                    // the last files may be where the archive goes
     if (writer.GetCount() == 0) return 0; // without Close nothing is left behind
     return writer.Close() == OrvaZipSuccess ? added : 0;
 }

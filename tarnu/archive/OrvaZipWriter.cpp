@@ -2,6 +2,7 @@
 
 #include "tarnu/archive/ZipCodecInternal.h"
 #include "tarnu/archive/ZipFormatInternal.h"
+#include "tarnu/archive/ZipOpenAheadInternal.h"
 #include "tarnu/archive/ZipOutputInternal.h"
 #include "tarnu/archive/ZipResultInternal.h"
 #include "tarnu/archive/ZipWriterInternal.h"
@@ -106,13 +107,6 @@ std::uint64_t ToField(const FILETIME& time) noexcept {
 
 FILETIME FromField(const LARGE_INTEGER& time) noexcept {
     return {time.LowPart, static_cast<DWORD>(time.HighPart)};
-}
-
-/// With backup semantics the same call opens directories, which so get their times, too.
-UniqueFileHandle OpenToRead(const std::wstring& path) noexcept {
-    return UniqueFileHandle(
-        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
 }
 
 /// Size and times of what a handle stands for. One call could tell all of it, but would also ask for the volume.
@@ -516,6 +510,12 @@ OrvaZipResult OrvaZipWriter::AddFile(const wchar_t* name, const wchar_t* path) {
     });
 }
 
+OrvaZipResult ZipWriterAccess::AddOpened(OrvaZipWriter& writer, const wchar_t* name, const UniqueFileHandle& file,
+                                         bool& isDirectory) {
+    return AddTo(writer.m_core.get(), name,
+                 [&](OrvaZipWriter::Core& core) { return core.AddOpened(name, file, isDirectory); });
+}
+
 OrvaZipResult ZipWriterAccess::AddExisting(OrvaZipWriter& writer, const wchar_t* name, const wchar_t* path,
                                            const OrvaZipProgress& progress, UINT number, UINT count,
                                            bool& isDirectory) {
@@ -529,8 +529,7 @@ OrvaZipResult ZipWriterAccess::AddExisting(OrvaZipWriter& writer, const wchar_t*
     // Most files can be opened. Only for another one the system is asked whether it is there at all.
     const bool exists = file || ::GetFileAttributesW(source.c_str()) != INVALID_FILE_ATTRIBUTES;
     if (exists && progress) progress(number, count, path);
-    return AddTo(writer.m_core.get(), name,
-                 [&](OrvaZipWriter::Core& core) { return core.AddOpened(name, file, isDirectory); });
+    return AddOpened(writer, name, file, isDirectory);
 }
 
 OrvaZipResult OrvaZipWriter::AddMemory(const wchar_t* name, const void* data, std::size_t size,

@@ -176,6 +176,54 @@ TEST(ZipFiles, KeepsBothFilesOfOneName) {
     EXPECT_EQ("first", ReadFile(folder / L"out\\x.txt"));
 }
 
+TEST(ZipFiles, PacksALongListWithAndWithoutACallbackAlike) {
+    const TempFolder folder;
+    const std::wstring archive = folder / L"x.zip";
+    const std::wstring locked = folder.MakeFile(L"locked.txt", "1");
+    const UniqueFileHandle lock(::CreateFileW(locked.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    CStringList files;
+    Names expected;
+    for (int number = 0; number < 300; ++number) {
+        const std::wstring directory = L"in\\" + std::to_wstring(number % 50);
+        const std::wstring name = L"file" + std::to_wstring(number) + L".txt";
+        if (number % 7 == 0) {
+            Fill(files, {folder / directory + L".missing", locked, L"", folder / L"in"});
+            expected.push_back(L"in/");
+        }
+        folder.MakeFile(directory + L'\\' + name,
+                        std::string(number % 11 == 0 ? 700'000 : static_cast<std::size_t>(number), 'x'));
+        Fill(files, {folder / directory + (number % 3 == 0 ? L"/" : L"\\") + name});
+        expected.push_back(name);
+    }
+    Fill(files, {folder.MakeFile(L"x.zip", "older"), archive}); // becomes a part of what takes its place
+    expected.insert(expected.end(), {L"x.zip", L"x.zip"});
+    for (const bool hasCallback : {false, true}) {
+        WriteFile(archive, "older");
+        UINT last = 0;
+        const OrvaZipProgress progress = [&last](UINT number, UINT, const wchar_t*) { last = number; };
+        EXPECT_EQ(302, OrvaZipFiles(archive.c_str(), files, 0, L"", hasCallback ? progress : nullptr));
+        EXPECT_EQ(hasCallback ? static_cast<UINT>(files.GetCount()) : 0, last);
+        EXPECT_EQ(expected, NamesIn(archive));
+        OrvaZipReader reader;
+        ASSERT_EQ(OrvaZipSuccess, reader.Open(archive.c_str()));
+        EXPECT_EQ(OrvaZipSuccess, reader.ExtractToFile(1, (folder / L"first").c_str()));
+        EXPECT_EQ(std::string(700'000, 'x'), ReadFile(folder / L"first"));
+        EXPECT_EQ(OrvaZipSuccess, reader.ExtractToFile(reader.GetCount() - 1, (folder / L"last").c_str()));
+        EXPECT_EQ("older", ReadFile(folder / L"last"));
+    }
+}
+
+TEST(ZipFiles, CallbackMayMakeTheFilesToCome) {
+    const TempFolder folder;
+    CStringList files;
+    for (int number = 0; number < 100; ++number)
+        Fill(files, {folder / std::to_wstring(number)});
+    folder.MakeFile(L"0");
+    EXPECT_EQ(100, OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L"", [&](UINT number, UINT, const wchar_t*) {
+                  if (number < 100) folder.MakeFile(std::to_wstring(number));
+              }));
+}
+
 TEST(ZipFiles, LeavesAnOlderArchiveWhenNothingIsPacked) {
     const TempFolder folder;
     const std::wstring archive = folder.MakeFile(L"x.zip", "old");

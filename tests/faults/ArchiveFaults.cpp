@@ -203,5 +203,36 @@ TEST(ArchiveFaults, ZippingFiles) {
     });
 }
 
+TEST(ArchiveFaults, ZippingFilesThatAreOpenedAhead) {
+    Inject([](Trial& trial) {
+        constexpr int fileCount = 40;
+        const std::wstring archive = trial.MakeFile(L"target.zip", "old");
+        CStringList files;
+        for (int number = 0; number < fileCount; ++number)
+            files.AddTail(trial.MakeFile(std::to_wstring(number), std::to_string(number)).c_str());
+        const CString path(archive.c_str());
+        const CString none;
+        const int count = trial.Operate([&] { return OrvaZipFiles(path, files, OrvaZipBareNames, none); });
+        trial.ExpectSuccessUnlessFault(count == fileCount);
+        OrvaZipReader reader;
+        if (count == 0) {
+            EXPECT_EQ(ReadFile(archive), "old");
+        } else {
+            ASSERT_EQ(reader.Open(archive.c_str()), OrvaZipSuccess);
+            ASSERT_EQ(reader.GetCount(), static_cast<ULONGLONG>(count));
+        }
+        // What could not be opened ahead is opened at its turn, and each file is behind its own name.
+        OrvaZipEntry entry;
+        for (ULONGLONG index = 0; index < reader.GetCount(); ++index) {
+            char data[8] = {};
+            EXPECT_EQ(reader.GetEntry(index, entry), OrvaZipSuccess);
+            EXPECT_EQ(reader.ExtractToMemory(index, data, sizeof data - 1), OrvaZipSuccess);
+            EXPECT_EQ(std::to_string(::_wtoi(entry.name)), data);
+        }
+        reader.Close();
+        EXPECT_EQ(OrvaZipFiles(path, files, OrvaZipBareNames, none), fileCount);
+    });
+}
+
 } // namespace
 } // namespace tarnu::test::faults

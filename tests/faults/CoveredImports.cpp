@@ -165,6 +165,7 @@ void AddThreadsAndWaits(std::vector<SystemCall*>& calls) {
             COVER(FindFirstChangeNotificationW, {INVALID_HANDLE_VALUE, ERROR_NO_SYSTEM_RESOURCES}),
             COVER(FindNextChangeNotification, {FALSE, ERROR_ACCESS_DENIED}),
             COVER(GetExitCodeThread, {FALSE, ERROR_INVALID_HANDLE}),
+            COVER(OpenThreadToken, {FALSE, ERROR_ACCESS_DENIED}),
             COVER(MsgWaitForMultipleObjectsEx, {WAIT_FAILED, ERROR_INVALID_HANDLE}),
             COVER(PostThreadMessageW, {FALSE, ERROR_NOT_ENOUGH_QUOTA}),
             COVER(PulseEvent, {FALSE, ERROR_INVALID_HANDLE}),
@@ -300,7 +301,8 @@ const std::vector<Excuse>& Excuses() {
         {"reads or sets the thread's last error", "GetLastError SetLastError _errno __doserrno"},
         {"takes or gives back a lock, which can't fail on a supported system",
          "AcquireSRWLockExclusive AcquireSRWLockShared ReleaseSRWLockExclusive ReleaseSRWLockShared "
-         "InitializeCriticalSection DeleteCriticalSection EnterCriticalSection LeaveCriticalSection _lock _unlock"},
+         "InitializeCriticalSection DeleteCriticalSection EnterCriticalSection LeaveCriticalSection _lock _unlock "
+         "SleepConditionVariableSRW WakeConditionVariable WakeAllConditionVariable"},
         {"answers from what the process knows, always",
          "GetCurrentProcess GetCurrentProcessId GetCurrentThread GetCurrentThreadId GetLocalTime GetSystemInfo "
          "GetSystemTimeAsFileTime GetTickCount GetTickCount64 _time64 clock GetModuleHandleW SysStringLen IsWindow "

@@ -1,0 +1,66 @@
+/// @file
+/// Files that are opened before their turn.
+#ifndef TARNU_ARCHIVE_ZIPOPENAHEADINTERNAL_H
+#define TARNU_ARCHIVE_ZIPOPENAHEADINTERNAL_H
+
+#include "tarnu/framework/framework.h"
+#include "tarnu/support/Owners.h"
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+namespace tarnu::support {
+
+/// Opens a file or directory to be packed. With backup semantics the same call opens directories, which so get their
+/// times, too.
+UniqueFileHandle OpenToRead(const std::wstring& path) noexcept;
+
+/// Opens the files of a list a few places ahead of who reads them, on threads of its own, and closes them again. To
+/// open and to close is most of what a small file costs: the system asks a server, a scanner for viruses, another
+/// machine.
+///
+/// Everything is read at its turn, on the thread that asks for it. A file that could not be opened ahead, for whatever
+/// reason, is left to that thread, and so is every file when the threads can't be had.
+class OpenAhead {
+public:
+    /// @param files  their paths; must stay as they are while this object lives
+    explicit OpenAhead(const CStringList& files) noexcept;
+    /// Waits until the threads have ended.
+    ~OpenAhead();
+    OpenAhead(const OpenAhead&) = delete;
+    OpenAhead& operator=(const OpenAhead&) = delete;
+
+    /// Goes on to the next file of the list; the one before is closed.
+    /// @return the open file, valid until the next call; an empty owner when the caller has to open it
+    const UniqueFileHandle& Next() noexcept;
+
+private:
+    static constexpr std::size_t distance = 16;
+    static constexpr std::size_t threadCount = 2; // more are no faster
+
+    struct Slot {
+        UniqueFileHandle file;
+        bool isReady = false; ///< the opening was tried
+    };
+
+    static DWORD WINAPI ThreadProcedure(void* openAhead) noexcept;
+    void Work() noexcept;
+
+    SRWLOCK m_lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE m_opened = CONDITION_VARIABLE_INIT;
+    CONDITION_VARIABLE m_freed = CONDITION_VARIABLE_INIT;
+    const CStringList& m_files;
+    // Files are counted from 0. Those below m_begun are someone's, those below m_done have been read.
+    POSITION m_position;
+    std::size_t m_begun = 0;
+    std::size_t m_done = 0;
+    bool m_isAsked = false; ///< Next has been called: file m_done is being read
+    std::array<Slot, distance> m_slots;
+    std::array<UniqueHandle, threadCount> m_threads;
+    const UniqueFileHandle m_none;
+};
+
+} // namespace tarnu::support
+
+#endif // TARNU_ARCHIVE_ZIPOPENAHEADINTERNAL_H
