@@ -257,12 +257,20 @@ void AddCases(Subject& subject, const char* what, const Tree& tree, const std::w
 
 } // namespace
 
-int main() {
+/// With `--corpus FOLDER` makes the files that are packed, for the native archivers.
+int wmain(int argumentCount, wchar_t** arguments) {
+    const Tree mixed = MixedTree();
+    const Tree small = SmallTree(10'000);
+    if (argumentCount == 3 && std::wstring(arguments[1]) == L"--corpus") {
+        const std::wstring folder = arguments[2];
+        if (!::CreateDirectoryW(folder.c_str(), nullptr)) Give("creating a folder");
+        Create(mixed, folder + L"\\mixed");
+        Create(small, folder + L"\\small");
+        return 0;
+    }
     const Workplace workplace;
     Subject subject("Zip archives");
-    const Tree mixed = MixedTree();
     AddCases(subject, "mixed files", mixed, workplace / L"mixed", 0.35, 0.8, /*unpackAgainstWriting=*/false, 4);
-    const Tree small = SmallTree(10'000);
     AddCases(subject, "10 000 small files", small, workplace / L"small", 2.2, 1.15, /*unpackAgainstWriting=*/true, 2);
 
     const std::wstring smallSource = workplace / L"small-source";

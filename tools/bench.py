@@ -25,21 +25,28 @@ def fail(text):
 
 def choose(wanted):
     """The subjects that the arguments name; all without arguments."""
-    subjects = sorted(source.stem for source in (ROOT / "bench").glob("*.cpp"))
+    subjects = sorted(source.stem for kind in ("cpp", "py") for source in (ROOT / "bench").glob(f"*.{kind}"))
     for word in wanted:
         if not any(word.lower() in name.lower() for name in subjects):
             fail(f"there is no subject {word}; there are {', '.join(subjects)}")
     return [name for name in subjects if not wanted or any(word.lower() in name.lower() for word in wanted)]
 
 
-def measure(program, samples):
-    """Runs one program; its samples go straight to their file, for Wine's background processes must not hold a pipe."""
+def command(name, programs):
+    """What measures a subject: its program under Wine, or a script, which gets the program whose files it takes."""
+    script = ROOT / "bench" / f"{name}.py"
+    program = programs / ("bench_Archives.exe" if script.exists() else f"bench_{name}.exe")
     if not program.exists():
         fail(f"{program.name} is not built")
+    return [sys.executable, script, program] if script.exists() else ["wine", program]
+
+
+def measure(name, programs, samples):
+    """Runs one subject; its samples go straight to their file, for Wine's background processes must not hold a pipe."""
     with open(samples, "wb") as output, open(samples.with_suffix(".log"), "wb") as log:
-        status = subprocess.run(["wine", str(program)], stdin=subprocess.DEVNULL, stdout=output, stderr=log).returncode
+        status = subprocess.run(command(name, programs), stdin=subprocess.DEVNULL, stdout=output, stderr=log).returncode
     if status != 0:
-        fail(f"{program.name} ended with status {status}: {samples.with_suffix('.log').read_text()[-500:]}")
+        fail(f"{name} ended with status {status}: {samples.with_suffix('.log').read_text()[-500:]}")
     return json.loads(samples.read_text())
 
 
@@ -214,7 +221,7 @@ def main():
         document(results)
         return
     for name in choose(sys.argv[2:]):
-        subject = measure(build / "release" / "bin" / f"bench_{name}.exe", results / f"{name}.json")
+        subject = measure(name, build / "release" / "bin", results / f"{name}.json")
         for case in subject["cases"]:
             evaluate(case)
         (results / f"{name}.json").write_text(json.dumps(subject, indent=1) + "\n")
