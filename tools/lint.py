@@ -49,9 +49,9 @@ def translate(entry, includes):
     for argument in arguments[1:]:
         if skip:
             skip = False
-        elif argument in ("-MF", "-MT", "-o"):
+        elif argument in ("-MF", "-MT", "-o", "-include"):  # the last one names what is precompiled
             skip = True
-        elif argument == "-MD" or argument.startswith(("-Wa,", "-fsanitize", "-Werror", "-Wno-error")):
+        elif argument in ("-MD", "-Winvalid-pch") or argument.startswith(("-Wa,", "-fsanitize", "-Werror", "-Wno-error")):
             pass
         else:
             kept.append(argument)
