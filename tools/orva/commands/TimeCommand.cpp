@@ -50,6 +50,11 @@ Handle Start(const Options& options) {
     return {process.hProcess, &::CloseHandle};
 }
 
+/// Ctrl+C is for the program that runs.
+BOOL WINAPI OnConsoleEvent(DWORD event) {
+    return event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+}
+
 /// Waits for the end of a process, at which it stops the timer; returns the exit status.
 DWORD WaitForEnd(HANDLE process, OrvaServerThread& server, OrvaTimer& timer) {
     std::optional<DWORD> status;
@@ -63,16 +68,13 @@ DWORD WaitForEnd(HANDLE process, OrvaServerThread& server, OrvaTimer& timer) {
     };
     if (tarnu::AddHandler(server, process, tellEnd) != OrvaServerSuccess)
         throw std::runtime_error("the program is not watched");
+    ::SetConsoleCtrlHandler(&OnConsoleEvent, TRUE);
     while (!status) {
         if (tarnu::RunMessages(queue) == 0) ::SleepEx(INFINITE, /*bAlertable=*/TRUE);
     }
+    ::SetConsoleCtrlHandler(&OnConsoleEvent, FALSE);
     server.Stop(); // no handler refers to the queue any more
     return *status;
-}
-
-/// Ctrl+C is for the program that runs.
-BOOL WINAPI OnConsoleEvent(DWORD event) {
-    return event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
 }
 
 int Run(const Options& options) {
@@ -80,7 +82,6 @@ int Run(const Options& options) {
         OrvaTimer timer(options.report.c_str(), /*addTimeStamp=*/0, /*overwrite=*/0);
         OrvaServerThread server;
         if (server.Start() != OrvaServerSuccess) throw std::runtime_error("no thread could be started");
-        ::SetConsoleCtrlHandler(&OnConsoleEvent, TRUE);
         timer.Start();
         const Handle process = Start(options);
         if (process == nullptr) return exitFailure;
