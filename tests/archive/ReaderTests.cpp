@@ -97,7 +97,7 @@ TEST(ZipReader, GivesOutWhatTheLastInputStandsFor) {
     const std::string bytes = RawArchive{.entries = {run}}.Bytes();
     OrvaZipReader reader;
     ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
-    for (const std::size_t size : {1, 7, 257, 500, 999, 1000}) {
+    for (const std::size_t size : {1u, 7u, 257u, 500u, 999u, 1000u}) {
         std::string piece(size, '?');
         std::string whole;
         std::size_t read = 0;

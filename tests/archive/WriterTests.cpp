@@ -262,7 +262,7 @@ TEST(ZipWriter, StampsEntriesWithLocalTime) {
     std::vector<std::uint64_t> times;
     for (const std::uint64_t start : {minute, minute + 180 * 86400 * second, std::uint64_t{119600064000000000},
                                       std::uint64_t{159993792000000000}}) { // 1980 and 2108 begin
-        for (const std::uint64_t offset : {0, 1, 2, 58, 59, 60, 61, 3599, 3600})
+        for (const std::uint64_t offset : {0u, 1u, 2u, 58u, 59u, 60u, 61u, 3599u, 3600u})
             times.push_back(start + offset * second + 9999999);
     }
     times.insert(times.end(), times.rbegin(), times.rend());
@@ -281,8 +281,10 @@ TEST(ZipWriter, StampsEntriesWithLocalTime) {
         SYSTEMTIME universal, local;
         ASSERT_TRUE(::FileTimeToSystemTime(&utc, &universal));
         ASSERT_TRUE(::SystemTimeToTzSpecificLocalTime(nullptr, &universal, &local));
-        unsigned stamp = ((local.wYear - 1980u) << 25) | (local.wMonth << 21u) | (local.wDay << 16u) |
-                         (local.wHour << 11u) | (local.wMinute << 5u) | (local.wSecond / 2u);
+        const unsigned fields[] = {local.wYear - 1980u, local.wMonth,  local.wDay,
+                                   local.wHour,         local.wMinute, local.wSecond / 2u};
+        unsigned stamp =
+            fields[0] << 25 | fields[1] << 21 | fields[2] << 16 | fields[3] << 11 | fields[4] << 5 | fields[5];
         if (local.wYear < 1980) stamp = 0x00210000;
         if (local.wYear > 2107) stamp = 0xFF9FBF7D;
         EXPECT_EQ(stamp, Get<std::uint32_t>(bytes, header + 10)) << time;

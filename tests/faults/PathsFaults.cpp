@@ -21,8 +21,8 @@ namespace {
 TEST(PathsFaults, WellKnownPlaces) {
     Inject([](Trial& trial) {
         using Getter = bool (OrvaPath::*)();
-        constexpr Getter getters[] = {&OrvaPath::GetSystemDirectory, &OrvaPath::GetWindowsDirectory,
-                                      &OrvaPath::GetTempPath, &OrvaPath::GetCurrentDirectory};
+        const Getter getters[] = {&OrvaPath::GetSystemDirectory, &OrvaPath::GetWindowsDirectory, &OrvaPath::GetTempPath,
+                                  &OrvaPath::GetCurrentDirectory};
         for (const Getter getter : getters) {
             OrvaPath path(L"untouched");
             const bool found = trial.Operate([&] { return (path.*getter)(); });
