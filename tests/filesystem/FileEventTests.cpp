@@ -100,13 +100,14 @@ protected:
     std::vector<OrvaFileEventCookie> m_cookies;
 };
 
-void SetLastWrite(const std::wstring& path, int years) {
+/// Moves the time of the last write, or else of the last access, some years from now.
+void SetTime(const std::wstring& path, int years, bool isAccess = false) {
     const UniqueFileHandle file(::CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                               nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     FILETIME time{};
     ::GetSystemTimeAsFileTime(&time);
     time.dwHighDateTime = static_cast<DWORD>(static_cast<int>(time.dwHighDateTime) + years * 73429); // 2^32 ticks each
-    EXPECT_TRUE(::SetFileTime(file.Get(), nullptr, nullptr, &time));
+    EXPECT_TRUE(::SetFileTime(file.Get(), nullptr, isAccess ? &time : nullptr, isAccess ? nullptr : &time));
 }
 
 // Each case has a directory of its own, and all are under way at once.
@@ -119,17 +120,19 @@ TEST_F(FileEvents, TheMaskNamesWhatChanged) {
     };
     const Case cases[] = {
         {"size", size, [](auto& file, auto&) { WriteFile(file, "longer"); }, "s"},
-        {"write", lastWrite, [](auto& file, auto&) { SetLastWrite(file, 1); }, "w"},
+        {"write", lastWrite, [](auto& file, auto&) { SetTime(file, 1); }, "w"},
+        {"access, and attributes without comparing", lastAccess | attributes,
+         [](auto& file, auto&) { SetTime(file, 1, /*isAccess=*/true); }, "ar"},
         {"size and write, in the order of the bits", size | lastWrite,
          [](auto& file, auto&) {
              WriteFile(file, "longer");
-             SetLastWrite(file, 1);
+             SetTime(file, 1);
          },
          "sw"},
         {"a time that moves backwards is no change", size | lastWrite,
          [](auto& file, auto&) {
              WriteFile(file, "longer");
-             SetLastWrite(file, -1);
+             SetTime(file, -1);
          },
          "s"},
         {"another file's name", fileName, [](auto&, auto& other) { WriteFile(other, ""); }, "n"},
@@ -188,7 +191,7 @@ TEST_F(FileEvents, FilesOfOneDirectoryShareTheFirstOnesWatch) {
     Settle();
     EXPECT_EQ(handles + 1, CountHandles());
 
-    SetLastWrite(second, 1); // is not among what the first one asked to be signalled
+    SetTime(second, 1); // is not among what the first one asked to be signalled
     WriteFile(m_folder / L"Shared\\third", "");
     EXPECT_TRUE(PumpUntil([&] { return !names.calls.empty() && !writes.calls.empty() && !other.calls.empty(); }));
     EXPECT_EQ('n', names.calls[0]);
