@@ -35,14 +35,12 @@ CString OrvaTimer::GetReport(const CString& label, bool reset) {
 
 void OrvaTimer::WriteElapsed(bool reset) {
     if (!IsOpened()) return;
-    const CString text = GetElapsedText(reset);
-    if (!text.IsEmpty()) WriteString(text);
+    WriteString(GetElapsedText(reset));
 }
 
 void OrvaTimer::WriteReport(const CString& label, bool reset) {
     if (!IsOpened()) return;
-    const CString text = GetReport(label, reset);
-    if (!text.IsEmpty()) WriteString(text);
+    WriteString(GetReport(label, reset));
 }
 
 double OrvaTimer::SecondsSinceStart() const noexcept {

@@ -322,14 +322,14 @@ void OrvaPointString::CheckToken(int start, int end) noexcept {
             if (firstNumber == notBegun) {
                 firstNumber = inDigits;
             } else if (firstNumber == ended) {
-                allowed = dash && !comparison && secondNumber != ended;
+                allowed = dash && secondNumber != ended;
                 secondNumber = inDigits;
             }
         } else if (character == L'<' || character == L'>') {
-            allowed = firstNumber == notBegun && secondNumber == notBegun && !dash;
+            allowed = firstNumber == notBegun; // a dash or a second number has a first one before it
             comparison = true;
         } else if (character == L'=') {
-            allowed = comparison && firstNumber == notBegun && secondNumber == notBegun && !dash;
+            allowed = comparison && firstNumber == notBegun;
         }
         if (!allowed) return Fail();
     }

@@ -188,8 +188,8 @@ DWORD OrvaServerThread::Run(HANDLE started) {
         }
         HANDLE handle = nullptr;
         OrvaSynchronizedSelector::HandleRecord* record = nullptr;
-        const DWORD result = m_selector.Wait(/*waitAll=*/false, INFINITE, /*alertable=*/true, handle, &record);
-        if ((result == WAIT_OBJECT_0 || result == WAIT_ABANDONED_0) && record != nullptr) record->handler->OnSignaled();
+        m_selector.Wait(/*waitAll=*/false, INFINITE, /*alertable=*/true, handle, &record);
+        if (record != nullptr) record->handler->OnSignaled();
     }
     EndAccepting();
     CloseHandlers();

@@ -193,8 +193,7 @@ HRESULT OrvaXml::OpenStream(ComPtr<IStream>& stream) const {
     if (m_ownFileStream) {
         const ComPtr<OrvaFileStream> file = Adopt(new (std::nothrow) OrvaFileStream);
         if (!file) return E_OUTOFMEMORY;
-        const HRESULT result = Ask(file.Get(), IID_IStream, stream);
-        if (FAILED(result)) return result;
+        stream = file;
         return file->Open(m_path, /*readMode=*/true) ? S_OK : E_FAIL;
     }
 

@@ -25,7 +25,7 @@ bool Read(IXMLDOMElement* element, const CString& name, Variant& value) noexcept
 
 /// Changes a value in place to another type, as the user's locale has it.
 bool Change(Variant& value, VARTYPE type) noexcept {
-    return SUCCEEDED(::VariantChangeType(&value, &value, /*wFlags=*/0, type)) && value->vt == type;
+    return SUCCEEDED(::VariantChangeType(&value, &value, /*wFlags=*/0, type));
 }
 
 bool ReadAs(IXMLDOMElement* element, const CString& name, VARTYPE type, Variant& value) noexcept {

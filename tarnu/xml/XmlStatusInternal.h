@@ -3,6 +3,7 @@
 #ifndef TARNU_XML_XMLSTATUSINTERNAL_H
 #define TARNU_XML_XMLSTATUSINTERNAL_H
 
+#include "tarnu/support/Com.h"
 #include "tarnu/support/Owners.h"
 #include "tarnu/text/OrvaStrings.h"
 #include "tarnu/xml/XmlTextInternal.h"
@@ -27,11 +28,8 @@ constexpr wchar_t plainFailure[] = L"E_FAIL";
 /// "HRESULT = 0x…" with the description that the failing interface recorded, else with the system's message.
 inline CString HresultText(HRESULT result, IUnknown* failing, REFIID interfaceId) {
     CString text;
-    void* support = nullptr;
-    if (failing != nullptr && SUCCEEDED(failing->QueryInterface(IID_ISupportErrorInfo, &support)) &&
-        support != nullptr) {
-        Microsoft::WRL::ComPtr<ISupportErrorInfo> supports;
-        *supports.GetAddressOf() = static_cast<ISupportErrorInfo*>(support);
+    Microsoft::WRL::ComPtr<ISupportErrorInfo> supports;
+    if (SUCCEEDED(Ask(failing, IID_ISupportErrorInfo, supports))) {
         Microsoft::WRL::ComPtr<IErrorInfo> information;
         if (supports->InterfaceSupportsErrorInfo(interfaceId) == S_OK &&
             ::GetErrorInfo(/*dwReserved=*/0, information.GetAddressOf()) == S_OK && information) {
