@@ -9,6 +9,7 @@
 #include "tarnu/filesystem/OrvaBFSFileTree.h"
 #include "tarnu/filesystem/OrvaBrowseForDirectory.h"
 #include "tarnu/filesystem/OrvaFileEventServer.h"
+#include "tarnu/messaging/OrvaWndMsgServer.h"
 #include "tarnu/support/Owners.h"
 
 #include <algorithm>
@@ -17,6 +18,7 @@
 #include <shlobj.h>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace tarnu::test::faults {
@@ -179,6 +181,38 @@ TEST(ProcessFaults, DISABLED_FirstUseOfTheFileEventServer) {
     EXPECT_TRUE(Settle(folder / L"none\\none"));
     EXPECT_EQ(server->Stop(), 1);
     EXPECT_EQ(server->Stop(), 0);
+}
+
+TEST(ProcessFaults, FirstUseOfTheMessageServer) {
+    for (const wchar_t* fault : {L"RegisterClassExW", L"CreateWindowExW"}) {
+        ::SetEnvironmentVariableW(faultVariable, fault);
+        Program child(L"test_faults.exe", L"--gtest_also_run_disabled_tests --gtest_brief=1 "
+                                          L"--gtest_filter=ProcessFaults.DISABLED_FirstUseOfTheMessageServer");
+        EXPECT_EQ(child.Wait(), 0u) << fault << "\n" << child.Output() << child.Errors();
+    }
+    ::SetEnvironmentVariableW(faultVariable, nullptr);
+}
+
+TEST(ProcessFaults, DISABLED_FirstUseOfTheMessageServer) {
+    wchar_t text[64] = {};
+    ::GetEnvironmentVariableW(faultVariable, text, 64);
+    const std::wstring fault(text);
+    const FaultSeam seam;
+    // The first use tries twice.
+    Plan plan{FindCall(std::string(fault.begin(), fault.end())), false, 1, 2, /*poisons=*/true};
+    ASSERT_NE(plan.call, nullptr);
+    FaultSeam::Prepare(plan);
+    FaultSeam::Arm();
+    OrvaWndMsgServer* const server = OrvaGetWndMsgServer();
+    FaultSeam::Disarm();
+    EXPECT_TRUE(FaultSeam::HasFailed());
+    // The window is made on the server's own thread alone.
+    std::thread([server] { EXPECT_EQ(OrvaGetWndMsgServer(), server); }).join();
+    EXPECT_FALSE(server->PostMessage(WM_APP, 0, 0)) << "there is no window";
+    EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
+    if (fault == L"RegisterClassExW") return; // the process ends without class and window
+    EXPECT_EQ(OrvaGetWndMsgServer(), server);
+    EXPECT_TRUE(server->PostMessage(WM_APP, 0, 0));
 }
 
 TEST(BrowseFaults, Dialog) {

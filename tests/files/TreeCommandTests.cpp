@@ -2,6 +2,7 @@
 
 #include "support/Program.h"
 #include "support/TempFolder.h"
+#include "support/Wait.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -56,6 +57,19 @@ TEST(TreeCommands, ReportAndModified) {
     EXPECT_EQ(ReadFile(report), "one\r\ntwo three\r\nfour\r\n");
     EXPECT_EQ(Orva(L"report" + Quoted(folder.Path())), 1u);
     EXPECT_EQ(Orva(L"modified -t 1 -i 50" + Quoted(report)), 1u) << "nothing changed";
+
+    const std::wstring fleeting = folder / L"fleeting";
+    OrvaProcess orva(L"modified -t 600 -i 10" + Quoted(report) + Quoted(fleeting));
+    const auto says = [&](const char* word) {
+        return tarnu::test::WaitUntil([&] { return orva.Output().find(word) != std::string::npos; });
+    };
+    EXPECT_TRUE(says("missing ")) << orva.Errors();
+    tarnu::test::WriteFile(fleeting, "x");
+    EXPECT_TRUE(says("there ")) << orva.Output();
+    tarnu::test::WriteFile(report, "quite another size");
+    EXPECT_TRUE(says("modified ")) << orva.Output();
+    ::DeleteFileW(fleeting.c_str());
+    EXPECT_TRUE(says("gone ")) << orva.Output();
 }
 
 } // namespace

@@ -129,8 +129,16 @@ TEST_F(ProgressScopes, SilentWithoutMeter) {
         const OrvaProgressDisabler silent;
         ProgressScope progress(L"Reading", 1, Every(0));
         EXPECT_TRUE(progress.Step());
+        OrvaProgressRange = 5;
+        ProgressScope::Options options = Every(0);
+        options.level = ProgressScope::Level::Secondary;
+        ProgressScope inner(L"One", 3, options);
+        OrvaProgressRange = 6;
+        ProgressScope plain(L"With the usual options", 2);
+        EXPECT_TRUE(plain.Step());
     }
     EXPECT_EQ("", Taken());
+    EXPECT_EQ(6, OrvaProgressRange) << "what was not shown gives nothing back";
     OrvaProgressCallback = nullptr; // enabled, but without a callback: nothing may be called
     OrvaProgressEnabled = false;
     ProgressScope progress(L"Reading", 1, Every(0));

@@ -94,6 +94,21 @@ TEST(PointString, WalksValidTexts) {
     }
 }
 
+TEST(PointString, NumbersNeedNotBeTaken) {
+    OrvaPointString points(L"1-2,5-6,8");
+    UINT start = 0;
+    UINT end = 0;
+    points.GetFirst(nullptr);
+    points.GetNext(nullptr);
+    points.GetNext(&start);
+    EXPECT_EQ(5u, start);
+    points.GetFirstRange(nullptr, nullptr);
+    points.GetNextRange(&start, nullptr);
+    EXPECT_EQ(5u, start);
+    points.GetNextRange(nullptr, &end);
+    EXPECT_EQ(8u, end);
+}
+
 TEST(PointString, BadTokensEndTheWalkBehindTheNumbersBeforeThem) {
     for (const wchar_t* bad : {L"0",
                                L"0-4",

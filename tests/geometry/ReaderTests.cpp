@@ -4,10 +4,14 @@
 #include "tarnu/geometry/OrvaSingleFaceReader.h"
 #include "tarnu/geometry/OrvaSinglePointReader.h"
 
+#include <climits>
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
+#include <new>
+#include <span>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -77,6 +81,39 @@ TEST(PointArray, AppendsItsOwnPoints) {
     other = std::move(points);
     EXPECT_EQ(65, other.GetLength());
     EXPECT_TRUE(points.IsEmpty()); // NOLINT: what a move leaves is part of the contract
+    OrvaPointArray& same = other;
+    other = std::move(same);
+    EXPECT_EQ(65, other.GetLength());
+}
+
+TEST(PointArray, PointsAreEqualInAllCoordinates) {
+    const OrvaPoint3d point{1, 2, 3};
+    EXPECT_TRUE(point == (OrvaPoint3d{1, 2, 3}));
+    for (const OrvaPoint3d& other : {OrvaPoint3d{9, 2, 3}, OrvaPoint3d{1, 9, 3}, OrvaPoint3d{1, 2, 9}})
+        EXPECT_FALSE(point == other);
+}
+
+TEST(PointArray, AppendsOthersPointsAndRefusesTooMany) {
+    OrvaPointArray arrays[2] = {OrvaPointArray(8, 1), OrvaPointArray(8, 1)}; // one of them lies behind the other
+    for (int round = 0; round < 2; ++round) {
+        arrays[round].Append({1.0 + round, 0, 0});
+        arrays[1 - round].Append(arrays[round].GetPoints());
+    }
+    EXPECT_EQ(3, arrays[0].GetLength());
+    EXPECT_EQ(2, arrays[1].GetLength());
+    EXPECT_EQ(1, arrays[1][0].x);
+    EXPECT_EQ(2, arrays[0][2].x);
+    const std::vector<OrvaPoint3d> many(100, OrvaPoint3d{7, 0, 0});
+    arrays[0].Append(many);
+    EXPECT_EQ(103, arrays[0].GetLength());
+    EXPECT_EQ(7, arrays[0][102].x);
+
+    // Nothing is read of what is too long.
+    const std::span<const OrvaPoint3d> longest(many.data(), INT_MAX);
+    EXPECT_THROW(arrays[0].Append(longest), std::bad_alloc);
+    EXPECT_EQ(103, arrays[0].GetLength());
+    EXPECT_THROW(OrvaPointArray(std::span<const OrvaPoint3d>(many.data(), std::size_t{INT_MAX} + 1)), std::bad_alloc);
+    EXPECT_EQ(INT_MAX, OrvaPointArray(longest).GetLength());
 }
 
 TEST(FaceReader, SingleDeliversTheCallersFaceOnce) {

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <gtest/gtest.h>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -109,6 +110,28 @@ TEST(FunctionMessage, LifeTimes) {
     OrvaMessageQueue dead(nullptr, ended.Get());
     EXPECT_EQ(OrvaServerFailure, Post(dead, [alive] {}));
     EXPECT_EQ(1, alive.use_count()) << "what could not be sent is destroyed";
+}
+
+/// A function that cannot be kept.
+struct NoMemory {
+    NoMemory() = default;
+    NoMemory(const NoMemory&) = default;
+    NoMemory(NoMemory&&) { throw std::bad_alloc(); }
+    void operator()() const {}
+};
+
+TEST(FunctionObjects, MemoryEndsWhileTheFunctionIsKept) {
+    const NoMemory function;
+    OrvaMessageQueue queue(nullptr, nullptr);
+    EXPECT_EQ(OrvaServerOutOfMemory, Post(queue, function));
+    EXPECT_EQ(0U, RunMessages(queue));
+    const support::UniqueHandle event(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    OrvaServerThread server;
+    ASSERT_EQ(OrvaServerSuccess, server.Start());
+    OrvaServerEventHandler* handler = reinterpret_cast<OrvaServerEventHandler*>(&server);
+    EXPECT_EQ(OrvaServerOutOfMemory, AddHandler(server, event.Get(), function, &handler));
+    EXPECT_EQ(nullptr, handler);
+    server.Stop();
 }
 
 TEST(MessageSubscription, LastsForItsScope) {

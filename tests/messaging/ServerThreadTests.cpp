@@ -123,7 +123,10 @@ TEST_F(ServerThread, StartsAgainAfterEveryKindOfStop) {
             ASSERT_TRUE(WaitUntil([&] { return fate.signaled == 1; }));
             Stop();
         } else { // from within a handler, where waiting would be waiting for itself
-            handler->onSignaled = [this] { Stop(); };
+            handler->onSignaled = [this] {
+                Stop();
+                EXPECT_EQ(OrvaServerThreadNotCreated, m_server.Start()) << "the thread that ends cannot start itself";
+            };
             ::SetEvent(handler->GetHandle());
             ASSERT_TRUE(WaitUntil([&] { return fate.deleted == 1; }));
         }
@@ -299,6 +302,27 @@ TEST_F(ServerThread, AnAbandonedMutexSignals) {
     Stop();
 }
 
+TEST_F(ServerThread, StartsAgainWhenAHandlerHasEndedTheThread) {
+    Fate fate;
+    UniqueHandle thread;
+    m_server.Start();
+    Handler* handler = Add(fate);
+    handler->onSignaled = [&] {
+        thread = UniqueHandle(::OpenThread(SYNCHRONIZE, FALSE, ::GetCurrentThreadId()));
+        handler->onSignaled = nullptr; // by the server's own next thread
+        ++fate.removed;
+        ::ExitThread(0);
+    };
+    ::SetEvent(handler->GetHandle());
+    ASSERT_TRUE(WaitUntil([&] { return fate.removed == 1; }));
+    ::WaitForSingleObject(thread.Get(), INFINITE);
+    EXPECT_EQ(OrvaServerSuccess, m_server.Start());
+    ::SetEvent(handler->GetHandle());
+    EXPECT_TRUE(WaitUntil([&] { return fate.signaled == 2; })) << "it keeps its handlers";
+    Stop();
+    EXPECT_EQ(1, fate.deleted);
+}
+
 TEST_F(ServerThread, ASecondHandlerTakesAHandleOver) {
     const UniqueHandle event(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
     Fate first;
@@ -441,8 +465,10 @@ TEST_F(ServerThread, ASocketIsServedLikeAnyHandler) {
     };
     std::atomic<int> calls = 0;
     m_server.Start();
-    m_server.AddHandler(new Socket(calls));
+    Socket socket(calls);
+    m_server.AddHandler(&socket);
     EXPECT_TRUE(WaitUntil([&] { return calls == 5; }));
+    m_server.RemoveHandler(&socket); // leaves it to its owner
     Stop();
 }
 
@@ -481,6 +507,37 @@ TEST(SynchronizedSelector, ReportsInTurnAndMapsTheResults) {
     EXPECT_EQ(&first, selector.Remove(first.GetHandle()));
     EXPECT_EQ(nullptr, selector.Remove(first.GetHandle()));
     EXPECT_EQ(1u, selector.GetCount());
+}
+
+TEST(SynchronizedSelector, LeavesOutWhatIsClosed) {
+    Fate fate;
+    OrvaSynchronizedSelector selector;
+    HANDLE handle = nullptr;
+    ::QueueUserAPC([](ULONG_PTR) {}, ::GetCurrentThread(), 0);
+    EXPECT_EQ(static_cast<DWORD>(WAIT_IO_COMPLETION), selector.Wait(false, INFINITE, true, handle, nullptr));
+
+    std::vector<std::unique_ptr<Handler>> handlers; // too many for one wait
+    for (int index = 0; index < 70; ++index)
+        handlers.push_back(std::make_unique<Handler>(fate));
+    const HANDLE value = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    Handler closed(fate, value);
+    selector.Add(value, &closed);
+    ::CloseHandle(value);
+    for (const auto& handler : handlers)
+        selector.Add(handler->GetHandle(), handler.get());
+    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), selector.Wait(false, 1, false, handle, nullptr));
+    ::SetEvent(handlers.back()->GetHandle());
+    EXPECT_EQ(WAIT_OBJECT_0, selector.Wait(false, INFINITE, false, handle, nullptr));
+    EXPECT_EQ(handlers.back()->GetHandle(), handle);
+
+    // A new object often gets the value of the one that was closed last: added again, it is waited on.
+    const UniqueHandle reused(::CreateEventW(nullptr, TRUE, TRUE, nullptr));
+    if (reused.Get() == value) {
+        EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), selector.Wait(false, 1, false, handle, nullptr));
+        EXPECT_EQ(&closed, selector.Add(value, &closed));
+        EXPECT_EQ(WAIT_OBJECT_0, selector.Wait(false, INFINITE, false, handle, nullptr));
+        EXPECT_EQ(value, handle);
+    }
 }
 
 } // namespace

@@ -232,6 +232,22 @@ TEST_F(SubClass, TheWindowMayDieWhileAMessagePasses) {
     EXPECT_EQ("b window ", m_log); // WM_NCDESTROY reached the window, the message nobody any more
 }
 
+TEST_F(SubClass, AnotherWindowMayDieWhileAMessagePasses) {
+    TestWindow other(m_log);
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(other.Handle());
+    m_a.onceBefore = [&] { other.Destroy(); };
+    EXPECT_EQ("a window window ", Sent());
+}
+
+TEST_F(SubClass, TheBaseMayBeCalledFromOutside) {
+    m_a.SubClass(m_window.Handle());
+    m_b.SubClass(m_window.Handle());
+    EXPECT_EQ(7, m_b.OrvaSubClassWnd::WindowProc(WM_APP, 3, 4));
+    EXPECT_EQ(7, m_a.OrvaSubClassWnd::WindowProc(WM_APP, 3, 4));
+    EXPECT_EQ("a window window ", m_log);
+}
+
 TEST_F(SubClass, HookingAndUnhookingWithinTheLastMessage) {
     Recorder late(m_log, 'l');
     m_a.SubClass(m_window.Handle());
@@ -343,6 +359,45 @@ TEST_F(SubClass, TheLastOneOutRestoresTheProcedureUnderAForeignSubclasser) {
     m_log.clear();
     m_window.Destroy();
     EXPECT_EQ("window ", m_log);
+}
+
+TEST_F(SubClass, ForeignSubclassersMayLeaveTheSharedProcedureAnywhere) {
+    // The last one out under a foreign subclasser.
+    const auto leave = [&](const TestWindow& window) {
+        EXPECT_TRUE(m_a.SubClass(window.Handle()));
+        const WNDPROC shared = Exchange(window.Handle(), &::DefWindowProcW);
+        m_a.UnSubClass();
+        return shared;
+    };
+    TestWindow other(m_log);
+    const WNDPROC shared = leave(m_window);
+    leave(other);
+    Exchange(m_window.Handle(), shared);
+    EXPECT_EQ("window ", Sent()) << "another window's procedure has taken the place of its own";
+    {
+        const TestWindow unseen(m_log);
+        leave(unseen); // its end passes by
+    }
+    leave(other);
+
+    // A window whose procedure nobody knows has the default one.
+    const TestWindow stranger(m_log);
+    Exchange(stranger.Handle(), shared);
+    EXPECT_EQ(0, stranger.Send());
+    m_log.clear();
+    EXPECT_TRUE(m_b.SubClass(stranger.Handle()));
+    EXPECT_EQ(0, stranger.Send());
+    m_b.UnSubClass();
+    EXPECT_EQ(0, stranger.Send());
+    EXPECT_EQ("b ", m_log);
+
+    // One whose end a foreign subclasser keeps to itself.
+    EXPECT_TRUE(m_c.SubClass(other.Handle()));
+    Exchange(other.Handle(), &::DefWindowProcW);
+    other.Destroy();
+    m_c.UnSubClass();
+    EXPECT_TRUE(m_c.SubClass(m_window.Handle()));
+    EXPECT_EQ("c window ", Sent());
 }
 
 std::string ansiText;

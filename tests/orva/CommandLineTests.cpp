@@ -35,6 +35,7 @@ TEST(CommandLine, WhatIsWrongIsSaidFirst) {
         {L"", "a command is missing", "orva"},
         {L"frob --x", "there is no command \"frob\"", "orva"},
         {L"\"\"", "there is no command \"\"", "orva"},
+        {L"\xD83D\xDE00", "there is no command \"\xF0\x9F\x98\x80\"", "orva"},
         {L"--bogus tree", "there is no option --bogus", "orva"},
         // The missing DIR is not worth a word before what was not expected.
         {L"tree --bogus", "there is no option --bogus", "orva tree"},
@@ -186,7 +187,11 @@ TEST(CommandLine, FilesThatCannotBeReadAreFailures) {
           L"copy --retries 0 " + Quoted(temp / L"in") + L" " + Quoted(temp / L"copy"),
           L"zip --list " + Quoted(temp / L"in"), L"xml " + Quoted(temp / L"in"),
           L"landxml " + Quoted(temp / L"in") + L" " + out, L"report " + Quoted(temp / L"in") + L" text",
-          L"tour " + Quoted(temp / L"in")}) {
+          L"tour " + Quoted(temp / L"in"), L"time -r " + Quoted(temp / L"in") + L" -- orva.exe",
+          std::wstring(L"report \"\" text"), std::wstring(L"modified \"\""),
+          L"browse --start " + std::wstring(20000, L'l'),
+          L"zip " + Quoted(temp / L"none\\a.zip") + L" " + Quoted(temp / L"in"),
+          L"zip -q " + Quoted(locked) + L" " + Quoted(temp / L"in\\free")}) {
         OrvaProcess orva(arguments);
         EXPECT_EQ(1u, orva.Wait()) << arguments.c_str();
         EXPECT_TRUE(orva.Errors().starts_with("orva: ")) << orva.Errors();

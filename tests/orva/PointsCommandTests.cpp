@@ -28,6 +28,18 @@ TEST(PointsCommand, RewritesCountsAndExpands) {
     }
 }
 
+TEST(PointsCommand, ExpandsRangesOfAnyLength) {
+    std::string expected;
+    for (int number = 1; number <= 20000; ++number)
+        expected += std::to_string(number) + '\n';
+    OrvaProcess orva(L"points 1-20000 --expand");
+    EXPECT_EQ(0u, orva.Wait()) << orva.Errors();
+    EXPECT_EQ(expected, orva.Output());
+    OrvaProcess count(L"points 1-20000 --count");
+    EXPECT_EQ(0u, count.Wait()) << count.Errors();
+    EXPECT_EQ("20000\n", count.Output());
+}
+
 TEST(PointsCommand, ABadTokenHasCaretsUnderIt) {
     struct Case {
         const wchar_t* arguments;

@@ -74,6 +74,7 @@ TEST(MessageCommand, PrintsTheAnswer) {
     } cases[] = {
         {L"message hello", IDOK, 0, "ok\n"},
         {L"message hello --buttons yes-no --icon question", IDNO, 1, "no\n"},
+        {L"message hello -b ok-cancel", IDCANCEL, 1, "cancel\n"},
         {L"message \"\" -b retry-cancel -t \"\" -i error", IDRETRY, 0, "retry\n"},
     };
     for (const auto& entry : cases) {
@@ -107,7 +108,7 @@ TEST(MessageCommand, CountsDownAndClosesTheBox) {
 }
 
 TEST(ErrorCommand, ReadsCodesInEveryNotation) {
-    OrvaProcess known(L"error 5 0x5 5h 0x80070005 80070005H -2147024891 2147942405");
+    OrvaProcess known(L"error 5 0x5 5h 0X80070005 80070005H -2147024891 2147942405");
     EXPECT_EQ(0u, known.Wait()) << known.Errors();
     const std::string output = known.Output();
     EXPECT_TRUE(std::regex_match(
@@ -145,6 +146,8 @@ TEST(RegistryCommand, PrintsValuesOfEveryType) {
         {L"odd", REG_SZ, L"abc", 5, "ab\n"},
         {L"empty", REG_SZ, L"", 0, ""},
         {L"list", REG_MULTI_SZ, std::wstring(L"one\0two\0\0", 9), 18, "one\ntwo\n"},
+        {L"unended list", REG_MULTI_SZ, std::wstring(L"one\0two", 7), 14, "one\ntwo\n"},
+        {L"empty list", REG_MULTI_SZ, L"", 0, ""},
         {L"number", REG_DWORD, std::wstring(L"\x0102\0", 2), 4, "258 (0x00000102)\n"},
         {L"long", REG_QWORD, std::wstring(L"\0\0\1\0", 4), 8, "4294967296 (0x0000000100000000)\n"},
         {L"bytes", REG_BINARY, L"\x0201\x0403\x0605\x0807\x0A09\x0C0B\x0E0D\x100F\x1211", 17,
@@ -180,7 +183,7 @@ TEST(MemoryCommand, ShowsHowBlocksLieInPages) {
     EXPECT_EQ(0u, heap.Wait()) << heap.Errors();
     EXPECT_EQ("a heap block grows to 4.0 MiB\n", heap.Output());
     for (const std::wstring& wrong :
-         {std::wstring(), std::wstring(L"0"), std::to_wstring(room + 1), std::wstring(L"x")}) {
+         {std::wstring(), std::wstring(L"0"), std::to_wstring(room + 1), std::wstring(L"x"), std::wstring(L"8x")}) {
         OrvaProcess refused(L"memory " + wrong);
         EXPECT_EQ(2u, refused.Wait()) << wrong.c_str();
     }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -70,8 +71,12 @@ TEST(TourCommand, LeavesNothingBehindAndNothingInTheFolder) {
         EXPECT_TRUE(Contains(orva.Errors(), failure.error)) << orva.Errors();
         EXPECT_FALSE(Exists(workFolder(orva)));
     }
+    for (const wchar_t letter : std::wstring_view(L"abcdefghijk"))
+        temp.MakeFile(L"in\\" + std::wstring(1, letter), "x");
     OrvaProcess orva(L"tour " + Quoted(folder));
     EXPECT_EQ(0u, orva.Wait()) << orva.Errors();
+    const std::string listed = orva.Output().substr(0, orva.Output().find("\n2. "));
+    EXPECT_TRUE(Contains(listed, " a ") && Contains(listed, " file ")) << "14 lines are not cut\n" << listed;
     EXPECT_TRUE(Contains(orva.Output(), "orva-tour-" + std::to_string(orva.Id()))) << orva.Output();
     EXPECT_FALSE(Exists(workFolder(orva)));
     EXPECT_FALSE(Exists(folder + L"\\sub"));
@@ -95,8 +100,46 @@ TEST(UnzipCommand, SaysWhatItLeftAsItWas) {
     EXPECT_EQ("old", ReadFile(temp / L"out\\in\\a"));
     EXPECT_EQ("new", ReadFile(temp / L"out\\in\\b"));
 
-    OrvaProcess replaced(L"unzip -q --overwrite " + archive + L" " + target);
+    OrvaProcess both(L"unzip -q " + archive + L" " + target);
+    EXPECT_EQ(0u, both.Wait()) << both.Errors();
+    EXPECT_TRUE(Contains(both.Output(), "; left 2 files that existed already as they were")) << both.Output();
+
+    OrvaProcess replaced(L"unzip --overwrite " + archive + L" " + target);
     EXPECT_EQ(0u, replaced.Wait()) << replaced.Errors();
     EXPECT_FALSE(Contains(replaced.Output(), "existed"));
+    EXPECT_TRUE(Contains(replaced.Output(), "replacing ")) << replaced.Output();
     EXPECT_EQ("new", ReadFile(temp / L"out\\in\\a"));
+}
+
+TEST(UnzipCommand, SaysWhatItCouldNotUnpack) {
+    const TempFolder temp;
+    const std::wstring archive = Quoted(temp / L"a.zip");
+    const std::wstring in = Quoted(temp.MakeFile(L"in", "some text"));
+    const std::wstring out = Quoted(temp / L"out");
+    OrvaProcess zip(L"zip -q -p secret " + archive + L" " + in);
+    ASSERT_EQ(0u, zip.Wait()) << zip.Errors();
+    OrvaProcess marked(L"zip --list " + archive);
+    EXPECT_EQ(0u, marked.Wait()) << marked.Errors();
+    EXPECT_TRUE(Contains(marked.Output(), "stored *") || Contains(marked.Output(), "deflate*")) << marked.Output();
+    OrvaProcess locked(L"unzip -q " + archive + L" " + out);
+    EXPECT_EQ(1u, locked.Wait());
+    EXPECT_EQ("orva: in: it is encrypted, and not with this password\n", locked.Errors());
+    EXPECT_EQ("unpacked 0 entries; 1 failure\n", locked.Output());
+    OrvaProcess nowhere(L"unzip -q -p secret " + archive + L" " + Quoted(temp / L"in\\below"));
+    EXPECT_EQ(1u, nowhere.Wait());
+    EXPECT_TRUE(Contains(nowhere.Errors(), "the folder cannot be made")) << nowhere.Errors();
+
+    // A method that nobody here knows.
+    OrvaProcess plain(L"zip -q " + archive + L" " + in);
+    ASSERT_EQ(0u, plain.Wait()) << plain.Errors();
+    std::string bytes = ReadFile(temp / L"a.zip");
+    bytes[8] = bytes[bytes.find("PK\x01\x02") + 10] = 97;
+    tarnu::test::WriteFile(temp / L"a.zip", bytes);
+    OrvaProcess list(L"zip --list " + archive);
+    EXPECT_EQ(0u, list.Wait()) << list.Errors();
+    EXPECT_TRUE(Contains(list.Output(), "  97      ")) << list.Output();
+    OrvaProcess unknown(L"unzip -q " + archive + L" " + out);
+    EXPECT_EQ(1u, unknown.Wait());
+    EXPECT_TRUE(unknown.Errors().starts_with("orva: in: ")) << unknown.Errors();
+    EXPECT_FALSE(Exists(temp / L"out\\in"));
 }

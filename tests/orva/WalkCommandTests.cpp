@@ -64,6 +64,20 @@ TEST(TreeCommand, ShowsWhatLiesDeeperThan260Characters) {
         << orva.Output();
 }
 
+TEST(TreeCommand, ListsManyFiles) {
+    const TempFolder temp;
+    std::string expected;
+    for (int number = 100; number < 300; ++number) {
+        const std::wstring name = std::to_wstring(number) + std::wstring(40, L'x');
+        temp.MakeFile(name, "");
+        expected += (number < 299 ? "├── " : "└── ") + std::string(name.begin(), name.end()) + "  0 bytes\n";
+    }
+    OrvaProcess orva(L"tree --files \"" + temp.Path() + L"\"");
+    EXPECT_EQ(0u, orva.Wait()) << orva.Errors();
+    const std::string output = orva.Output();
+    EXPECT_EQ(expected + "0 folders, 200 files, 0 bytes\n", output.substr(output.find('\n') + 1));
+}
+
 TEST(TreeCommand, TellsFailureFromMisuse) {
     const TempFolder temp;
     const struct {

@@ -273,18 +273,54 @@ public:
     }
     STDMETHODIMP get_length(LONG* length) override {
         *length = static_cast<LONG>(m_nodes.size());
-        return S_OK;
+        return lengthResult;
     }
-    STDMETHODIMP nextNode(IXMLDOMNode** node) override { return get_item(m_next++, node); }
+    STDMETHODIMP nextNode(IXMLDOMNode** node) override {
+        return FAILED(nextResult) ? nextResult : get_item(m_next++, node);
+    }
     STDMETHODIMP reset() override {
         m_next = 0;
         return S_OK;
     }
     STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
 
+    HRESULT lengthResult = S_OK;
+    HRESULT nextResult = S_OK;
+
 private:
     std::vector<ComPtr<IXMLDOMNode>> m_nodes;
     LONG m_next = 0;
+};
+
+/// The attributes of an element, as far as the test lets them be read.
+class MadeUpAttributes : public ForwardingDispatch<IXMLDOMNamedNodeMap> {
+public:
+    /// @param node  each of the attributes; may be null
+    explicit MadeUpAttributes(ComPtr<IXMLDOMNode> node)
+        : ForwardingDispatch(nullptr, IID_IXMLDOMNamedNodeMap), m_node(std::move(node)) {}
+
+    STDMETHODIMP getNamedItem(BSTR, IXMLDOMNode** node) override {
+        return FAILED(itemResult) ? itemResult : m_node.CopyTo(node);
+    }
+    STDMETHODIMP setNamedItem(IXMLDOMNode*, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP removeNamedItem(BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_item(LONG, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP get_length(LONG* value) override {
+        *value = length;
+        return lengthResult;
+    }
+    STDMETHODIMP getQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP removeQualifiedItem(BSTR, BSTR, IXMLDOMNode**) override { return E_NOTIMPL; }
+    STDMETHODIMP nextNode(IXMLDOMNode** node) override { return getNamedItem(nullptr, node); }
+    STDMETHODIMP reset() override { return S_OK; }
+    STDMETHODIMP get__newEnum(IUnknown**) override { return E_NOTIMPL; }
+
+    LONG length = 1;
+    HRESULT lengthResult = S_OK;
+    HRESULT itemResult = S_OK;
+
+private:
+    ComPtr<IXMLDOMNode> m_node;
 };
 
 /// While it lives, every DOM document that the process creates is @p document (or cannot be created, when it is null).

@@ -64,15 +64,19 @@ TEST(SurveyCommand, EveryCoordinateComesBackToTheLastBit) {
     EXPECT_TRUE(Contains(read.output, "# 300 points: 1-300\n# northing "));
 
     // What is listed is a point file again.
-    folder.MakeFile(L"again.csv", read.output);
-    EXPECT_EQ(0u, Orva(folder, L"landxml again.csv again.xml").status);
-    EXPECT_EQ(read.output, Orva(folder, L"landxml --read again.xml").output);
+    for (const wchar_t* name : {L"again", L".again"}) {
+        folder.MakeFile(name, read.output);
+        EXPECT_EQ(0u, Orva(folder, std::wstring(L"landxml ") + name + L" again.xml").status);
+        EXPECT_TRUE(Contains(ReadFile(folder / L"again.xml"), CString(name) == L"again" ? "\"again\"" : "\".again\""));
+        EXPECT_EQ(read.output, Orva(folder, L"landxml --read again.xml").output);
+    }
 }
 
 TEST(SurveyCommand, WritesTheSelectionInTheOrderThatTheSchemaAsksFor) {
     const TempFolder folder;
     folder.MakeFile(L"in.csv", "3,1,2,3,c\n1,4,5,6,a\n2,7,8,,b\n9,1,1,1\n");
-    const Outcome written = Orva(folder, L"landxml in.csv out.xml --points 9,3-2,50 --units foot --name \"A & B\"");
+    const Outcome written =
+        Orva(folder, L"landxml in.csv out.xml --points 9,3-2,50,2-3,3 --units foot --name \"A & B\"");
     EXPECT_EQ(0u, written.status) << written.errors;
     EXPECT_TRUE(Contains(written.output, "3 points: 2-3,9"));
     const Outcome tree = Orva(folder, L"xml out.xml");
@@ -163,10 +167,12 @@ TEST(SurveyCommand, BadLinesAreReportedAndNothingIsWritten) {
     EXPECT_NE("kept", ReadFile(folder / L"out.xml"));
 
     folder.MakeFile(L"empty.csv", "# nothing\n\n");
+    folder.MakeFolder(L"a-folder");
     for (const wchar_t* arguments :
          {L"landxml empty.csv none.xml", L"landxml missing.csv none.xml",
           L"landxml in.csv none.xml --skip-bad --points 77", L"landxml in.csv missing\\none.xml --skip-bad",
-          L"landxml --read missing.xml", L"landxml --read in.csv", L"xml in.csv", L"xml ."}) {
+          L"landxml in.csv a-folder --skip-bad", L"landxml --read missing.xml", L"landxml --read in.csv", L"xml in.csv",
+          L"xml ."}) {
         const Outcome outcome = Orva(folder, arguments);
         EXPECT_EQ(1u, outcome.status) << CString(arguments).GetString();
         EXPECT_TRUE(outcome.errors.starts_with("orva: ") || Contains(outcome.errors, "\norva: ")) << outcome.errors;
@@ -180,30 +186,63 @@ TEST(SurveyCommand, BadLinesAreReportedAndNothingIsWritten) {
 
 TEST(XmlCommand, ValuesAndTextsAreQuotedUnambiguously) {
     const TempFolder folder;
-    folder.MakeFile(L"in.xml", "<a b='say \"x\" \\ &#10;&#13;&#9;&#x200E;' c='\xC3\xA4\xF0\x9F\x98\x80'>p\" = \"q</a>");
+    folder.MakeFile(
+        L"in.xml",
+        "<a b='say \"x\" \\ &#10;&#13;&#9;&#x200E;' c='\xC3\xA4\xF0\x9F\x98\x80' "
+        "d='&#x7E;&#x7F;&#x9F;&#xA0;&#xA1;&#xAD;&#x61C;&#x200A;&#x200B;&#x200F;' "
+        "e='&#x2027;&#x2028;&#x202E;&#x202F;&#x2060;&#x2066;&#x2069;&#x206F;&#x2070;&#xFEFF;'>p\" = \"q</a>");
     const Outcome tree = Orva(folder, L"xml in.xml");
     EXPECT_EQ(0u, tree.status) << tree.errors;
     EXPECT_EQ("#document\n"
               "  a\n"
               "    @b = \"say \\\"x\\\" \\\\ \\n\\r\\t\\u200E\"\n"
               "    @c = \"\xC3\xA4\xF0\x9F\x98\x80\"\n"
+              "    @d = \"~\\u007F\\u009F\\u00A0\xC2\xA1\\u00AD\\u061C\xE2\x80\x8A\\u200B\\u200F\"\n"
+              "    @e = \"\xE2\x80\xA7\\u2028\\u202E\xE2\x80\xAF\\u2060\\u2066\\u2069\\u206F\xE2\x81\xB0\\uFEFF\"\n"
               "    #text \"p\\\" = \\\"q\"\n",
               tree.output);
+}
+
+TEST(XmlCommand, LargeAndDeepDocumentsAreComplete) {
+    const TempFolder folder;
+    std::string document;
+    std::string expected = "#document\n";
+    for (int level = 1; level <= 45; ++level) {
+        document += "<n>";
+        expected += std::string(static_cast<std::size_t>(2 * std::min(level, 40)), ' ') +
+                    (level > 40 ? "[" + std::to_string(level) + "] n\n" : "n\n");
+    }
+    for (int leaf = 0; leaf < 1000; ++leaf) {
+        document += "<leaf/>";
+        expected += std::string(80, ' ') + "[46] leaf\n";
+    }
+    for (int level = 1; level <= 45; ++level)
+        document += "</n>";
+    folder.MakeFile(L"in.xml", document);
+    const Outcome tree = Orva(folder, L"xml in.xml");
+    EXPECT_EQ(0u, tree.status) << tree.errors;
+    EXPECT_EQ(expected, tree.output);
 }
 
 TEST(SurveyCommand, ReadsWhatOthersWrote) {
     const TempFolder folder;
     folder.MakeFile(L"other.xml", "<LandXML xmlns='http://www.landxml.org/schema/LandXML-1.0' version='1.0'>"
-                                  "<CgPoints><CgPoint name='7' desc='x'>\n 1.50  2e1\t3 </CgPoint>"
-                                  "<CgPoint name='A1'>1 2 3</CgPoint><CgPoint name='8'>1 two</CgPoint></CgPoints>"
+                                  "<CgPoints><CgPoint name='7' desc=' x'>\n 1.50  2e1\t3 </CgPoint>"
+                                  "<CgPoint name='A1'>1 2 3</CgPoint><CgPoint name='8'>1 two</CgPoint>"
+                                  "<CgPoint>1 2</CgPoint><CgPoint name='0'>1 2</CgPoint>"
+                                  "<CgPoint name='2147483648'>1 2</CgPoint></CgPoints>"
                                   "<CgPoints><CgPoint name='6'>4 5</CgPoint><CgPoint name='9' pntRef='7'/></CgPoints>"
                                   "</LandXML>");
     const Outcome read = Orva(folder, L"landxml --read other.xml");
     EXPECT_EQ(1u, read.status) << "some points could not be read";
-    EXPECT_EQ("7,1.5,20,3,x\n6,4,5,\n# 2 points: 6-7\n# northing 1.5 to 4, easting 5 to 20\n", read.output);
-    for (const char* reason :
-         {"\"A1\" is no point number", "point 8: \"two\" is no coordinate", "point 9: 0 coordinates"})
+    EXPECT_EQ("7,1.5,20,3,\" x\"\n6,4,5,\n# 2 points: 6-7\n# northing 1.5 to 4, easting 5 to 20\n", read.output);
+    for (const char* reason : {"\"A1\" is no point number", "\"\" is no point number", "\"0\" is no",
+                               "\"2147483648\" is no", "point 8: \"two\" is no coordinate", "point 9: 0 coordinates"})
         EXPECT_TRUE(Contains(read.errors, reason)) << read.errors;
+    folder.MakeFile(L"empty.xml", "<LandXML xmlns='http://www.landxml.org/schema/LandXML-1.0' version='1.0'/>");
+    const Outcome empty = Orva(folder, L"landxml --read empty.xml");
+    EXPECT_EQ(0u, empty.status) << empty.errors;
+    EXPECT_EQ("# 0 points: \n", empty.output);
     folder.MakeFile(L"none.xml", "<Other/>");
     EXPECT_EQ(1u, Orva(folder, L"landxml --read none.xml").status);
 }

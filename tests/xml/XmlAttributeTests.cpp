@@ -11,6 +11,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -67,6 +68,36 @@ public:
     STDMETHODIMP setAttribute(BSTR, VARIANT) override { return E_ACCESSDENIED; }
 };
 
+/// An attribute whose value has a type of its own, as in a document with data types, or cannot be read.
+class TypedAttribute : public ForwardingNode<IXMLDOMAttribute> {
+public:
+    TypedAttribute(ComPtr<IXMLDOMAttribute> inner, VARIANT* value)
+        : ForwardingNode(std::move(inner), IID_IXMLDOMAttribute), m_value(value) {}
+    STDMETHODIMP get_nodeValue(VARIANT* value) override {
+        return m_value != nullptr ? ::VariantCopy(value, m_value) : E_UNEXPECTED;
+    }
+    STDMETHODIMP get_name(BSTR* name) override { return m_inner->get_name(name); }
+    STDMETHODIMP get_value(VARIANT* value) override { return get_nodeValue(value); }
+    STDMETHODIMP put_value(VARIANT value) override { return m_inner->put_value(value); }
+
+private:
+    VARIANT* m_value;
+};
+
+/// An element with typed attributes.
+class TypedElement : public ForwardingElement {
+public:
+    using ForwardingElement::ForwardingElement;
+    STDMETHODIMP getAttributeNode(BSTR name, IXMLDOMAttribute** result) override {
+        ComPtr<IXMLDOMAttribute> attribute;
+        const HRESULT status = m_inner->getAttributeNode(name, attribute.GetAddressOf());
+        if (attribute) *result = new TypedAttribute(attribute, value);
+        return status;
+    }
+
+    VARIANT* value = nullptr;
+};
+
 } // namespace
 
 TEST_F(XmlAttributes, StoreAndReturnEveryType) {
@@ -102,6 +133,39 @@ TEST_F(XmlAttributes, StoreAndReturnEveryType) {
     for (const double value : {0.0, 1.5, -12345.678, 1e15}) {
         EXPECT_EQ(S_OK, OrvaXml::SetDouble(element, L"d", value));
         EXPECT_EQ(value, OrvaXml::GetDouble(element, L"d"));
+    }
+}
+
+TEST_F(XmlAttributes, HaveNamesOfAnyLength) {
+    for (const std::size_t length : {62u, 63u, 64u, 65u, 5000u}) {
+        const std::wstring name(length, L'n');
+        EXPECT_EQ(S_OK, OrvaXml::SetInt32(m_element.Get(), name.c_str(), static_cast<std::int32_t>(length)));
+        EXPECT_EQ(static_cast<std::int32_t>(length), OrvaXml::GetInt32(m_element.Get(), name.c_str()));
+    }
+}
+
+TEST_F(XmlAttributes, ReadValuesOfOtherTypes) {
+    VARIANT real, integer, null;
+    real.vt = VT_R8;
+    real.dblVal = 2.5;
+    integer.vt = VT_I4;
+    integer.lVal = 7;
+    null.vt = VT_NULL;
+    SetText(L"a", L"1");
+    const auto element = tarnu::support::Adopt(new TypedElement(m_element));
+    const struct {
+        VARIANT* value;
+        bool isNumber;
+        double number;
+        std::int32_t rounded;
+    } cases[] = {{&real, true, 2.5, 2}, {&integer, true, 7, 7}, {&null, false, 99, 0}, {nullptr, false, 99, 0}};
+    for (const auto& test : cases) {
+        element->value = test.value;
+        double number = 99;
+        EXPECT_EQ(test.isNumber, OrvaXml::TryGetDouble(element.Get(), L"a", number));
+        EXPECT_EQ(test.number, number);
+        EXPECT_EQ(test.isNumber ? test.number : 0, OrvaXml::GetDouble(element.Get(), L"a"));
+        EXPECT_EQ(test.rounded, OrvaXml::GetInt32(element.Get(), L"a"));
     }
 }
 

@@ -99,6 +99,12 @@ public:
         return withParseError ? ComPtr<IXMLDOMParseError>(error).CopyTo(result) : parseErrorResult;
     }
     STDMETHODIMP get_url(BSTR* text) override { return MadeUpError::Give(url, text); }
+    STDMETHODIMP get_nodeName(BSTR* name) override {
+        return FAILED(nameResult) ? nameResult : ForwardingDocument::get_nodeName(name);
+    }
+    STDMETHODIMP get_documentElement(IXMLDOMElement** root) override {
+        return FAILED(rootResult) ? rootResult : ForwardingDocument::get_documentElement(root);
+    }
     STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
         return FAILED(createResult) ? createResult : ForwardingDocument::createElement(name, element);
     }
@@ -120,6 +126,8 @@ public:
     HRESULT parseErrorResult = S_FALSE;
     HRESULT createResult = S_OK;
     HRESULT appendResult = S_OK;
+    HRESULT nameResult = S_OK;
+    HRESULT rootResult = S_OK;
     VARIANT_BOOL loadFlag = VARIANT_TRUE;
     LONG readyState = 4;
     int aborts = 0;
@@ -230,6 +238,7 @@ TEST_F(XmlLoad, ShowsTheParseError) {
          L"Error on line 3, position 14 in \"file:///C:/in.xml\".\n"},
         {5, 2147483647, 0, L"Far down", nullptr, L"from the error",
          L"Error on line 2147483647, position 0 in \"from the error\".\n"},
+        {5, 4, 5, L"Empty address", L"", L"from the error", L"Error on line 4, position 5 in \"from the error\".\n"},
         {5, 1, 2, L"No address", nullptr, nullptr, L"Error on line 1, position 2 in \"\".\n"},
         {5, 1, 2, L"Umlaut", L"\xE4.xml", nullptr, L"Error on line 1, position 2 in \"\xE4.xml\".\n"},
         {5, 0, 9, L"No line", L"u", L"u", L""},
@@ -278,6 +287,7 @@ TEST_F(XmlLoad, PassesOnWhatTheDocumentAnswers) {
              document.parseErrorResult = E_ACCESSDENIED;
          },
          true, E_FAIL},
+        {"an exception", [](auto& document) { document.onReadyState = [] { throw 7; }; }, true, E_FAIL},
         {"no code", [](auto& document) { document.error->codeResult = E_NOTIMPL; }, false, E_NOTIMPL},
     };
     for (const auto& test : cases) {
@@ -382,6 +392,9 @@ TEST_F(XmlLoad, FromAStreamNeedsPersistence) {
     const ServedDocument served(document.Get());
     OrvaXml xml(path.c_str(), false, true, true);
     EXPECT_EQ(E_NOINTERFACE, xml.Load());
+    document->withoutPersistence = false;
+    document->readyStateResult = E_UNEXPECTED;
+    EXPECT_EQ(E_UNEXPECTED, xml.Load()) << "the wait's result";
     EXPECT_TRUE(::DeleteFileW(path.c_str())) << "the stream was let go";
 }
 
@@ -442,6 +455,13 @@ TEST_F(XmlWalk, VisitsNodeAttributesChildrenInOrder) {
     Visits document;
     EXPECT_TRUE(empty.Walk(Record, &document));
     EXPECT_EQ(std::vector<std::wstring>{L"#document"}, document.names);
+
+    const auto scripted = NewScripted();
+    scripted->nameResult = E_UNEXPECTED;
+    const ServedDocument served(scripted.Get());
+    Visits nameless;
+    EXPECT_TRUE(OrvaXml(L"", false, false, false).Walk(Record, &nameless));
+    EXPECT_EQ(std::vector<std::wstring>{L""}, nameless.names) << "a name that cannot be read";
 }
 
 TEST_F(XmlWalk, NestingDoesNotUseTheStack) {
@@ -606,4 +626,6 @@ TEST_F(XmlElements, AreAppendedToTheirParent) {
         scripted.Get()->*member = S_OK;
     }
     EXPECT_TRUE(OrvaXml::CreateElement(scripted.Get(), nullptr, L"a"));
+    scripted->rootResult = E_ACCESSDENIED;
+    EXPECT_FALSE(OrvaXml::GetLandXMLRoot(scripted.Get()));
 }

@@ -38,9 +38,10 @@ public:
     STDMETHODIMP QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
     STDMETHODIMP_(ULONG) AddRef() override { return ++references; }
     STDMETHODIMP_(ULONG) Release() override { return --references; }
-    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID) override { return S_OK; }
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID) override { return answer; }
 
     ULONG references = 0;
+    HRESULT answer = S_OK;
 };
 
 ComPtr<IErrorInfo> ErrorInformation(const wchar_t* description) {
@@ -82,17 +83,19 @@ public:
         return Or(instruction, [&] { return m_inner->createProcessingInstruction(target, data, result); });
     }
     STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
-        return Or(creating, [&] { return m_inner->createElement(name, element); });
+        return Or(creating, [&] {
+            return standInElement ? standInElement.CopyTo(element) : m_inner->createElement(name, element);
+        });
     }
     STDMETHODIMP appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) override {
         return Or(appending, [&] { return m_inner->appendChild(child, appended); });
     }
     STDMETHODIMP get_childNodes(IXMLDOMNodeList** nodes) override {
-        return Or(children, [&] { return m_inner->get_childNodes(nodes); });
+        return Or(children,
+                  [&] { return standInChildren ? standInChildren.CopyTo(nodes) : m_inner->get_childNodes(nodes); });
     }
     STDMETHODIMP get_documentElement(IXMLDOMElement** root) override {
-        if (standInRoot) return standInRoot.CopyTo(root);
-        return m_inner->get_documentElement(root);
+        return Or(rooting, [&] { return standInRoot ? standInRoot.CopyTo(root) : m_inner->get_documentElement(root); });
     }
 
     template <class Work>
@@ -102,9 +105,10 @@ public:
 
     ErrorSupport* errorSupport = nullptr;
     const wchar_t* errorText = nullptr;
-    ComPtr<IXMLDOMElement> standInRoot;
-    HRESULT async = S_OK, loading = S_OK, saving = S_OK, instruction = S_OK, creating = S_OK, appending = S_OK,
-            children = S_OK;
+    ComPtr<IXMLDOMElement> standInRoot, standInElement;
+    ComPtr<IXMLDOMNodeList> standInChildren;
+    HRESULT rooting = S_OK, async = S_OK, loading = S_OK, saving = S_OK, instruction = S_OK, creating = S_OK,
+            appending = S_OK, children = S_OK;
 };
 
 /// An element that refuses what the test names.
@@ -118,17 +122,49 @@ public:
         return E_ACCESSDENIED;
     }
     STDMETHODIMP get_nodeName(BSTR*) override { throw _com_error(E_ACCESSDENIED); }
+    STDMETHODIMP put_text(BSTR) override { return E_ACCESSDENIED; }
+    STDMETHODIMP setAttribute(BSTR, VARIANT) override { return E_ACCESSDENIED; }
 };
 
-/// A node without a name or a value.
+/// A node without a name or a value, whether it says so or not.
 class HollowNode : public ForwardingPlainNode {
 public:
-    using ForwardingPlainNode::ForwardingPlainNode;
+    explicit HollowNode(ComPtr<IXMLDOMNode> inner, HRESULT result = E_UNEXPECTED)
+        : ForwardingPlainNode(std::move(inner)), m_result(result) {}
     STDMETHODIMP get_nodeName(BSTR* name) override {
         *name = nullptr;
-        return E_UNEXPECTED;
+        return m_result;
     }
-    STDMETHODIMP get_nodeValue(VARIANT*) override { return E_UNEXPECTED; }
+    STDMETHODIMP get_nodeValue(VARIANT*) override { return m_result; }
+
+private:
+    HRESULT m_result;
+};
+
+/// A node with a value that a test makes up.
+class ValuedNode : public ForwardingPlainNode {
+public:
+    ValuedNode(ComPtr<IXMLDOMNode> inner, VARTYPE type) : ForwardingPlainNode(std::move(inner)), m_type(type) {}
+    STDMETHODIMP get_nodeValue(VARIANT* value) override {
+        *value = VARIANT();
+        value->vt = m_type;
+        return S_OK;
+    }
+    STDMETHODIMP get_text(BSTR*) override { return E_ACCESSDENIED; }
+
+private:
+    VARTYPE m_type;
+};
+
+/// An element with the attributes that a test makes up.
+class MappedElement : public ForwardingElement {
+public:
+    MappedElement(ComPtr<IXMLDOMElement> inner, ComPtr<IXMLDOMNamedNodeMap> map)
+        : ForwardingElement(std::move(inner)), m_map(std::move(map)) {}
+    STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap** map) override { return m_map.CopyTo(map); }
+
+private:
+    ComPtr<IXMLDOMNamedNodeMap> m_map;
 };
 
 /// A named node whose value cannot be read.
@@ -220,12 +256,15 @@ TEST_F(XmlHelpers, CreateFileTexts) {
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.text);
-        const auto document = Refusing();
-        if (test.refuses != nullptr) document.Get()->*test.refuses = E_ACCESSDENIED;
-        EXPECT_EQ(test.text, Thrown([&] {
-                      OrvaXmlCreateFile(fresh.c_str(), document.Get(), test.instructions, test.nodes, true);
-                  }));
-        EXPECT_FALSE(Exists(fresh));
+        // Nothing is made, with a failure or without one.
+        for (const HRESULT refusal : {E_ACCESSDENIED, test.refuses == &RefusingDocument::saving ? E_FAIL : S_FALSE}) {
+            const auto document = Refusing();
+            if (test.refuses != nullptr) document.Get()->*test.refuses = refusal;
+            EXPECT_EQ(test.text, Thrown([&] {
+                          OrvaXmlCreateFile(fresh.c_str(), document.Get(), test.instructions, test.nodes, true);
+                      }));
+            EXPECT_FALSE(Exists(fresh));
+        }
     }
     const auto document = Refusing();
     const auto create = [&](const std::wstring& path, IXMLDOMDocument* target, bool recreate) {
@@ -276,6 +315,9 @@ TEST_F(XmlHelpers, LoadAndSaveTexts) {
     EXPECT_EQ(head + Code(E_ACCESSDENIED) + L" IErrorInfoThe gate is shut.\n",
               Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }));
     EXPECT_EQ(plain, Thrown([&] { OrvaXmlSaveFile(path, document.Get()); })) << "nothing recorded this time";
+    support.answer = S_FALSE;
+    EXPECT_EQ(head + plain, Thrown([&] { OrvaXmlLoadFile(path, document.Get()); })) << "recorded by somebody else";
+    ::SetErrorInfo(0, nullptr);
     EXPECT_EQ(0u, support.references);
 }
 
@@ -315,6 +357,19 @@ TEST_F(XmlHelpers, GrowingNodes) {
     OrvaXmlNodeArray kept;
     EXPECT_EQ(L"E_FAIL", Thrown([&] { OrvaXmlAddGrowingNodes(L"n", &mixed, &kept); }));
     EXPECT_TRUE(kept.empty());
+
+    // Gaps are passed over, in what grows too, and so is an attribute that cannot be asked for.
+    const OrvaXmlNodeArray gaps = {nullptr, growing[0], nullptr};
+    OrvaXmlAddGrowingNodes(&gaps, &kept);
+    EXPECT_EQ(1u, kept.size());
+    kept.emplace_back(nullptr);
+    OrvaXmlAddGrowingNodes(L"n", &gaps, &kept);
+    EXPECT_EQ(2u, kept.size());
+    const auto map = tarnu::support::Adopt(new MadeUpAttributes(growing[0]));
+    map->itemResult = E_ACCESSDENIED;
+    const OrvaXmlNodeArray mapped = {tarnu::support::Adopt<IXMLDOMElement>(new MappedElement(root, map))};
+    OrvaXmlAddGrowingNodes(L"n", &mapped, &kept);
+    EXPECT_EQ(2u, kept.size());
 }
 
 TEST_F(XmlHelpers, AppendElement) {
@@ -335,18 +390,18 @@ TEST_F(XmlHelpers, AppendElement) {
     EXPECT_FALSE(parent) << "placing it is the caller's";
 
     const struct {
-        const wchar_t *noDocument, *noRoot, *noElement, *notAppended;
+        const wchar_t *noDocument, *noRoot, *noElement, *noContents, *notAppended;
         std::function<void(IXMLDOMDocument*)> call;
     } cases[] = {
-        {L"pDoc is NULL!", L"pRootNode is NULL!", L"pCreatedNode is NULL!", L"pAppendedNode is NULL!",
+        {L"pDoc is NULL!", L"pRootNode is NULL!", L"pCreatedNode is NULL!", nullptr, L"pAppendedNode is NULL!",
          [](IXMLDOMDocument* target) { OrvaXmlAppendElement(target, L"a"); }},
-        {L"pDoc is NULL!", L"pRootNode is NULL!", L"pCreatedNode is NULL!", L"pAppendedNode is NULL!",
+        {L"pDoc is NULL!", L"pRootNode is NULL!", L"pCreatedNode is NULL!", L"E_FAIL", L"pAppendedNode is NULL!",
          [](IXMLDOMDocument* target) { OrvaXmlAppendElement(target, L"a", L"t"); }},
-        {L"pDoc is NULL!", L"pRootElement is NULL!", L"pNewElement is NULL!", L"pAppendedNode is NULL!",
+        {L"pDoc is NULL!", L"pRootElement is NULL!", L"pNewElement is NULL!", L"E_FAIL", L"pAppendedNode is NULL!",
          [](IXMLDOMDocument* target) {
              OrvaXmlAppendElement(target, L"a", OrvaXmlAttributeArray{{L"k", L"v"}});
          }},
-        {L"pDoc is NULL!", L"nothing", L"pNewNode is NULL!", L"nothing",
+        {L"pDoc is NULL!", L"nothing", L"pNewNode is NULL!", L"pNewNode->put_text failed!\n", L"nothing",
          [](IXMLDOMDocument* target) { OrvaXmlSetNodeText(target, L"a", L"t"); }},
     };
     for (const auto& test : cases) {
@@ -354,15 +409,27 @@ TEST_F(XmlHelpers, AppendElement) {
         EXPECT_EQ(test.noDocument, Thrown([&] { test.call(nullptr); }));
         EXPECT_EQ(test.noRoot, Thrown([&] { test.call(RealDocument().Get()); }));
         const auto refusing = Refusing(L"<r/>");
-        refusing->creating = E_ACCESSDENIED;
-        EXPECT_EQ(test.noElement, Thrown([&] { test.call(refusing.Get()); }));
+        refusing->rooting = E_ACCESSDENIED;
+        EXPECT_EQ(test.noRoot, Thrown([&] { test.call(refusing.Get()); }));
+        refusing->rooting = S_OK;
+        for (const HRESULT refusal : {E_ACCESSDENIED, S_FALSE}) {
+            refusing->creating = refusal;
+            EXPECT_EQ(test.noElement, Thrown([&] { test.call(refusing.Get()); }));
+        }
         refusing->creating = S_OK;
+        refusing->standInElement = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(RootOf(refusing.Get())));
+        if (test.noContents != nullptr) {
+            EXPECT_EQ(test.noContents, Thrown([&] { test.call(refusing.Get()); }));
+        }
+        refusing->standInElement.Reset();
         refusing->standInRoot = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(RootOf(refusing.Get())));
         EXPECT_EQ(test.notAppended, Thrown([&] { test.call(refusing.Get()); }));
     }
     const auto childless = Refusing();
-    childless->children = E_ACCESSDENIED;
-    EXPECT_EQ(L"pRootNodeList is NULL!", Thrown([&] { OrvaXmlSetNodeText(childless.Get(), L"a", L"t"); }));
+    for (const HRESULT refusal : {E_ACCESSDENIED, S_FALSE}) {
+        childless->children = refusal;
+        EXPECT_EQ(L"pRootNodeList is NULL!", Thrown([&] { OrvaXmlSetNodeText(childless.Get(), L"a", L"t"); }));
+    }
 }
 
 // Reading
@@ -406,6 +473,22 @@ TEST_F(XmlHelpers, NamesAndAttributesTexts) {
     const OrvaXmlNodeArray hollow = {tarnu::support::Adopt<IXMLDOMNode>(new HollowNode(root))};
     const auto refusing = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root));
     const OrvaXmlNodeArray refusingArray = {root, refusing};
+    const OrvaXmlNodeArray silent = {tarnu::support::Adopt<IXMLDOMNode>(new HollowNode(root, S_OK))};
+    const auto endless = tarnu::support::Adopt(new MadeUpNodeList({root}));
+    endless->lengthResult = E_ACCESSDENIED;
+    const auto stuck = tarnu::support::Adopt(new MadeUpNodeList({root}));
+    stuck->nextResult = E_ACCESSDENIED;
+    // Elements whose attributes cannot be counted, counted truly, be had, be named, and be read.
+    const ComPtr<MadeUpAttributes> maps[] = {
+        tarnu::support::Adopt(new MadeUpAttributes(root)), tarnu::support::Adopt(new MadeUpAttributes(root)),
+        tarnu::support::Adopt(new MadeUpAttributes(root)), tarnu::support::Adopt(new MadeUpAttributes(silent[0])),
+        tarnu::support::Adopt(new MadeUpAttributes(tarnu::support::Adopt<IXMLDOMNode>(new ValuelessNode(root))))};
+    maps[0]->lengthResult = E_ACCESSDENIED;
+    maps[1]->length = -1;
+    maps[2]->itemResult = E_ACCESSDENIED;
+    std::vector<ComPtr<IXMLDOMNode>> mapped;
+    for (const auto& map : maps)
+        mapped.push_back(tarnu::support::Adopt<IXMLDOMNode>(new MappedElement(root, map)));
     IXMLDOMNodeList* const noList = nullptr;
     const OrvaXmlNodeArray* const noArray = nullptr;
     OrvaXmlStringArray strings = {L"kept"};
@@ -420,6 +503,15 @@ TEST_F(XmlHelpers, NamesAndAttributesTexts) {
         {L"pNode is NULL!", [&] { OrvaXmlGetNodeNames(gap.Get(), &strings); }},
         {L"pCurNode is NULL!", [&] { OrvaXmlGetNodeNames(&gapArray, &strings); }},
         {L"pCurNode is NULL!", [&] { OrvaXmlGetNodeNames(&hollow, &strings); }},
+        {L"pCurNode is NULL!", [&] { OrvaXmlGetNodeNames(&silent, &strings); }},
+        {L"E_FAIL", [&] { OrvaXmlGetNodeNames(endless.Get(), &strings); }},
+        {L"pNode is NULL!", [&] { OrvaXmlGetNodeNames(stuck.Get(), &strings); }},
+        {L"AttributesSize < 0!", [&] { OrvaXmlGetAttributes(mapped[0].Get(), &attributes); }},
+        {L"AttributesSize < 0!", [&] { OrvaXmlGetAttributes(mapped[1].Get(), &attributes); }},
+        {L"pCurAttribute is NULL!", [&] { OrvaXmlGetAttributes(mapped[2].Get(), &attributes); }},
+        {L"pCurAttribute is NULL!", [&] { OrvaXmlGetAttributes(mapped[3].Get(), &attributes); }},
+        {L"get_nodeValue failed!", [&] { OrvaXmlGetAttributes(mapped[4].Get(), &attributes); }},
+        {L"get_nodeValue failed!", [&] { OrvaXmlGetAttributes(mapped[4].Get(), L"a"); }},
         {L"DesiredAttributeName is empty!", [&] { OrvaXmlGetAttributes(root.Get(), L""); }},
         {L"pNode is NULL!", [&] { OrvaXmlGetAttributes(static_cast<IXMLDOMNode*>(nullptr), L"a"); }},
         {L"get_Attributes failed", [&] { OrvaXmlGetAttributes(refusing.Get(), L"a"); }},
@@ -446,6 +538,14 @@ TEST_F(XmlHelpers, NamesAndAttributesTexts) {
     EXPECT_EQ(std::vector<std::wstring>{L"kept"}, Texts(strings));
     EXPECT_EQ(L"kept", attributes.at(0).Name);
     EXPECT_EQ(L"kept", all.at(0).at(0).Name);
+
+    // Values that are none, or no text.
+    for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_ERROR}) {
+        const auto valued = tarnu::support::Adopt<IXMLDOMNode>(new ValuedNode(root, type));
+        const auto map = tarnu::support::Adopt<IXMLDOMNamedNodeMap>(new MadeUpAttributes(valued));
+        const auto element = tarnu::support::Adopt<IXMLDOMElement>(new MappedElement(root, map));
+        EXPECT_EQ(L"", OrvaXmlGetAttributes(element.Get(), L"a")) << type;
+    }
 }
 
 TEST_F(XmlHelpers, ChildNodes) {
@@ -481,6 +581,10 @@ TEST_F(XmlHelpers, ChildNodesTexts) {
     const auto refusing = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root));
     const auto childless = Refusing();
     childless->children = E_ACCESSDENIED;
+    const auto listless = Refusing();
+    listless->children = S_FALSE;
+    const auto gapped = Refusing();
+    gapped->standInChildren = tarnu::support::Adopt<IXMLDOMNodeList>(new MadeUpNodeList({root, nullptr}));
     IXMLDOMNode* const noNode = nullptr;
     IXMLDOMDocument* const noDocument = nullptr;
     OrvaXmlNodeArray nodes(3);
@@ -510,6 +614,8 @@ TEST_F(XmlHelpers, ChildNodesTexts) {
         {L"DesiredChildNodesLen = 0!", [&] { OrvaXmlGetChildNodes(root.Get(), L"", &attributes); }},
         {L"pDoc is NULL!", [&] { OrvaXmlGetDocumentChildren(nullptr); }},
         {L"get_childNodes failed!", [&] { OrvaXmlGetDocumentChildren(childless.Get()); }},
+        {L"get_childNodes failed!", [&] { OrvaXmlGetDocumentChildren(listless.Get()); }},
+        {L"get_childNodes failed!", [&] { OrvaXmlGetDocumentChildren(gapped.Get()); }},
     };
     for (const auto& test : cases)
         EXPECT_EQ(test.text, Thrown(test.call));
@@ -533,11 +639,17 @@ TEST_F(XmlHelpers, ChildNodesTexts) {
         using ForwardingPlainNode::ForwardingPlainNode;
         STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap**) override { return E_ACCESSDENIED; }
     };
-    const auto valueless = tarnu::support::Adopt<IXMLDOMNode>(
-        new Parent(root, tarnu::support::Adopt<IXMLDOMNode>(new ValuelessNode(root))));
-    EXPECT_EQ(L"Exception on CurNode->get_nodeValue():\n" + Code(E_UNEXPECTED) +
-                  OrvaGetSystemErrorText(static_cast<DWORD>(E_UNEXPECTED)).GetString() + L".\n",
-              Thrown([&] { OrvaXmlGetChildNodes(valueless.Get(), L"r", &values); }));
+    const struct {
+        ComPtr<IXMLDOMNode> child;
+        HRESULT result;
+    } unreadable[] = {{tarnu::support::Adopt<IXMLDOMNode>(new ValuelessNode(root)), E_UNEXPECTED},
+                      {tarnu::support::Adopt<IXMLDOMNode>(new ValuedNode(root, VT_EMPTY)), E_ACCESSDENIED}};
+    for (const auto& test : unreadable) {
+        const auto parent = tarnu::support::Adopt<IXMLDOMNode>(new Parent(root, test.child));
+        EXPECT_EQ(L"Exception on CurNode->get_nodeValue():\n" + Code(test.result) +
+                      OrvaGetSystemErrorText(static_cast<DWORD>(test.result)).GetString() + L".\n",
+                  Thrown([&] { OrvaXmlGetChildNodes(parent.Get(), L"r", &values); }));
+    }
     const auto shy =
         tarnu::support::Adopt<IXMLDOMNode>(new Parent(root, tarnu::support::Adopt<IXMLDOMNode>(new Shy(root))));
     EXPECT_EQ(L"Exception in OrvaXmlGetAttributes():\nget_Attributes failed!",
@@ -565,6 +677,9 @@ TEST_F(XmlHelpers, FindNode) {
     EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(list.Get(), L"P"); }));
     EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(&nodes, L"n", L""); }));
     EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(list.Get(), [](IXMLDOMNode*) { return false; }); }));
+
+    const OrvaXmlNodeArray hollow = {tarnu::support::Adopt<IXMLDOMNode>(new HollowNode(root))};
+    EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(&hollow, L"r"); })) << "a node without a name";
 
     const OrvaXmlNodeArray refusing = {tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root))};
     OrvaXmlStringArray names;
