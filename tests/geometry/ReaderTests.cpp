@@ -57,6 +57,11 @@ TEST(PointArray, BorrowsUntilItIsChanged) {
     EXPECT_EQ(200, mine[0].x);
     moved.Clear();
     EXPECT_TRUE(moved.IsEmpty());
+    OrvaPointArray set{std::span<const OrvaPoint3d>(mine)};
+    set.SetAt(1, {0, 0, 2});
+    EXPECT_EQ(2, set[1].z);
+    EXPECT_EQ(9, set[2].z);
+    EXPECT_EQ(6, mine[1].z);
     OrvaPointArray untouched{std::span<const OrvaPoint3d>(mine)};
     untouched.Clear();
     EXPECT_TRUE(untouched.IsEmpty());
