@@ -172,7 +172,7 @@ private:
     /// False when another entry occupies some of the bytes.
     bool Claim(const Record& record, std::uint64_t begin, std::uint64_t end);
     OrvaZipResult BeginCipher(const Record& record);
-    /// The next piece of compressed data, deciphered. Null when there is none.
+    /// The next piece of compressed data, of which some is left, deciphered. Null when it can't be read.
     const std::uint8_t* NextInput(std::size_t& size);
     /// Decodes the whole entry at once, when its data stands in memory or fits there.
     /// @return false when that was not possible, or the data is damaged; nothing has been taken from the archive then
@@ -228,14 +228,15 @@ OrvaZipResult OrvaZipReader::Core::ReadDirectory() {
     functions.zerror_file = HasSourceFailed;
     functions.opaque = &m_source;
     m_unzip.Reset(::unzOpen2_64(&m_source, &functions));
+    // Asked for right here: minizip answers a lack of memory as it answers damage, and these throw then.
+    std::vector<std::uint8_t> name(MAXWORD);
+    std::vector<std::uint8_t> extra(MAXWORD);
     unz_global_info64 global;
     if (!m_unzip || ::unzGetGlobalInfo64(m_unzip.Get(), &global) != UNZ_OK) return Damaged();
     if (global.number_entry > m_source.Size() / centralSize) return OrvaZipCorrupt;
     if (global.number_entry == 0) return OrvaZipSuccess;
 
     const auto count = static_cast<std::size_t>(global.number_entry);
-    std::vector<std::uint8_t> name(MAXWORD);
-    std::vector<std::uint8_t> extra(MAXWORD);
     m_records.reserve(count);
     m_source.lowest = UINT64_MAX;
     if (::unzGoToFirstFile(m_unzip.Get()) != UNZ_OK) return Damaged();
@@ -327,10 +328,10 @@ OrvaZipResult OrvaZipReader::Core::Locate(const Record& record, std::uint64_t& h
     // Raw: minizip checks the local header and finds the data. Reading and inflating are done here, from larger pieces
     // and with the decryption that minizip is built without.
     int method = 0;
-    if (::unzGoToFilePos64(m_unzip.Get(), &record.place) != UNZ_OK ||
-        ::unzOpenCurrentFile2(m_unzip.Get(), &method, nullptr, /*raw=*/1) != UNZ_OK) {
-        return Damaged();
-    }
+    if (::unzGoToFilePos64(m_unzip.Get(), &record.place) != UNZ_OK) return Damaged();
+    const int opened = ::unzOpenCurrentFile2(m_unzip.Get(), &method, nullptr, /*raw=*/1);
+    if (opened == UNZ_INTERNALERROR) return OrvaZipNoMemory; // for nothing else
+    if (opened != UNZ_OK) return Damaged();
     data = ::unzGetCurrentFileZStreamPos64(m_unzip.Get());
     const int extraSize = ::unzGetLocalExtrafield(m_unzip.Get(), nullptr, 0);
     ::unzCloseCurrentFile(m_unzip.Get());
@@ -392,7 +393,6 @@ OrvaZipResult OrvaZipReader::Core::BeginCipher(const Record& record) {
 }
 
 const std::uint8_t* OrvaZipReader::Core::NextInput(std::size_t& size) {
-    if (m_inputLeft == 0) return nullptr;
     std::size_t available;
     const std::uint8_t* bytes = m_source.View(m_place, available);
     if (bytes == nullptr) return nullptr;

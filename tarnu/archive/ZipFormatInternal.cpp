@@ -25,7 +25,6 @@ std::string Narrow(std::wstring_view text, UINT codePage) {
 
 /// False when the bytes are no text of the code page.
 bool Widen(std::string_view bytes, UINT codePage, DWORD flags, CString& text) {
-    if (bytes.empty()) return false;
     const int size = static_cast<int>(bytes.size()); // at most 65535
     const int length = ::MultiByteToWideChar(codePage, flags, bytes.data(), size, nullptr, 0);
     if (length <= 0) return false;

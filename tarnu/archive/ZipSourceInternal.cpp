@@ -69,13 +69,13 @@ bool ZipSource::Read(std::uint64_t offset, void* buffer, std::size_t size) noexc
 }
 
 bool ZipSource::Fill(Window& window, std::uint64_t offset) noexcept {
+    // Within the window wherever it starts: one is larger than the alignment, or shows the whole archive.
     std::uint64_t start = offset - offset % alignment;
     if (&window == &m_windows[1]) {
         // The directory's end is searched backwards: near the archive's end the window shows as much as it can of it.
         const std::uint64_t last = m_size > window.capacity ? m_size - window.capacity : 0;
         if (start > last) start = last;
     }
-    if (offset - start >= window.capacity) start = offset; // a window smaller than the alignment
     OVERLAPPED place{};
     place.Offset = static_cast<DWORD>(start);
     place.OffsetHigh = static_cast<DWORD>(start >> 32);

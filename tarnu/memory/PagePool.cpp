@@ -37,7 +37,7 @@ FreePage* PageAt(void* group, std::uint64_t index) noexcept {
     return reinterpret_cast<FreePage*>(static_cast<std::byte*>(group) + index * Allocator::PageSize);
 }
 
-/// Reserves a group and puts its pages in front of the pool; without memory nothing changes.
+/// Reserves a group for the pool, which is empty; without memory nothing changes.
 void ReserveGroup() noexcept {
     // Data pages are expected to be writable only; these are executable too: hosts rely on running code that they
     // place in blocks.
@@ -57,10 +57,8 @@ void ReserveGroup() noexcept {
         if (previous != nullptr) previous->next = page;
         previous = page;
     }
-    FreePage*& head = Allocator::PagePool.head;
-    previous->next = head;
-    if (head != nullptr) head->previous = previous;
-    head = PageAt(group, 0);
+    previous->next = nullptr;
+    Allocator::PagePool.head = PageAt(group, 0);
     ++Allocator::GroupCount;
 }
 

@@ -318,6 +318,17 @@ TEST(UnzipAll, FailsWithoutArchiveEntriesOrDestination) {
     EXPECT_FALSE(OrvaUnzipAll((folder / L"x.zip").c_str(), file)); // the destination is a file
     EXPECT_FALSE(OrvaUnzipAll((folder / L"x.zip").c_str(), file + L"\\below"));
     EXPECT_FALSE(OrvaUnzipAll((folder / L"x.zip").c_str(), L""));
+    std::wstring freeDrive = L"A:\\none";
+    while ((::GetLogicalDrives() >> (freeDrive[0] - L'A') & 1) != 0)
+        ++freeDrive[0];
+    for (const std::wstring& nowhere :
+         {std::wstring(LR"(\\?\UNC\localhost\no$such\a\b)"), std::wstring(LR"(\\localhost\no$such\a\b)"),
+          std::wstring(LR"(\\localhost)"), std::wstring(LR"(\\)"), std::wstring(LR"(\\.\no such\x)"), freeDrive,
+          freeDrive + L"\\at\\all", std::wstring(40000, L'x')}) {
+        EXPECT_FALSE(OrvaUnzipAll((folder / L"x.zip").c_str(), nowhere)) << OrvaPath(nowhere).GetText().GetLength();
+    }
+    EXPECT_TRUE(OrvaUnzipAll((folder / L"x.zip").c_str(), (folder / L"new\\deep") + L"\\\\"));
+    EXPECT_EQ("text", ReadFile(folder / L"new\\deep\\file.txt"));
     EXPECT_FALSE(OrvaUnzipAll(L"", folder / L"out"));
     OrvaZipWriter writer;
     ASSERT_EQ(OrvaZipSuccess, writer.Create((folder / L"empty.zip").c_str()));

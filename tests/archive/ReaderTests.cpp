@@ -200,6 +200,9 @@ TEST(ZipReader, DecodesNames) {
         {"behind others",
          {.name = oem, .data = "", .extra = Extra(0x9999, "xyz") + unicodePath(Crc32(oem), "\xE4\xB8\x96")},
          L"世"},
+        {"the first of two",
+         {.name = oem, .data = "", .extra = unicodePath(Crc32(oem), "\xE4\xB8\x96") + unicodePath(Crc32(oem), "x")},
+         L"世"},
         {"cut short", {.name = oem, .data = "", .extra = Extra(0x7075, "\x01\x02")}, L"Grüß"},
         {"empty", {"", ""}, L""},
     };
@@ -312,6 +315,11 @@ TEST(ZipReader, SaysWhatCannotBeOpened) {
     EXPECT_EQ(OrvaZipBadArguments, reader.Open(nullptr));
     EXPECT_EQ(OrvaZipBadArguments, reader.Open(L""));
     EXPECT_EQ(OrvaZipBadArguments, reader.OpenMemory(nullptr, 0));
+    const std::wstring tooLong(40000, L'x');
+    for (const std::wstring& name : {tooLong, L"C:\\" + tooLong, std::wstring(L"\\no such"), std::wstring(L"C:no such"),
+                                     std::wstring(L"\\\\?no such"), std::wstring(L"/\\no such")}) {
+        EXPECT_EQ(OrvaZipNoFile, reader.Open(name.c_str())) << name.size();
+    }
     for (const std::string& contents :
          {std::string(), std::string("PK"), std::string(100, 'x'), std::string(22, '\0')}) {
         EXPECT_EQ(OrvaZipCorrupt, reader.Open(folder.MakeFile(L"bad.zip", contents).c_str())) << contents.size();
@@ -327,9 +335,25 @@ TEST(ZipReader, SaysWhatCannotBeOpened) {
     EXPECT_EQ(OrvaZipBadArguments, reader.ExtractBelow(0, folder.Path().c_str()));
     EXPECT_EQ(handles, CountHandles());
 
-    // A failed opening closes what was open.
+    EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToMemory(0, &entry, 1));
+
     const std::string bytes = OneEntry("1");
     ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenEntry(0));
+    EXPECT_EQ(OrvaZipBadArguments, reader.ReadEntry(nullptr, 1, read));
+    EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToMemory(0, nullptr, 1));
+    for (const wchar_t* path : {static_cast<const wchar_t*>(nullptr), L""}) {
+        EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToFile(0, path));
+        EXPECT_EQ(OrvaZipBadArguments, reader.ExtractBelow(0, path));
+    }
+    EXPECT_EQ(OrvaZipNoFile, reader.ExtractToFile(0, tooLong.c_str()));
+    EXPECT_EQ(OrvaZipNoFile, reader.ExtractBelow(0, tooLong.c_str()));
+    for (const wchar_t* end : {L"", L"\\", L"/"}) {
+        EXPECT_EQ(OrvaZipSuccess, reader.ExtractBelow(0, ((folder / L"below") + end).c_str()));
+        EXPECT_TRUE(::DeleteFileW((folder / L"below\\entry").c_str()));
+    }
+
+    // A failed opening closes what was open.
     EXPECT_EQ(OrvaZipNoFile, reader.Open((folder / L"missing.zip").c_str()));
     EXPECT_EQ(0u, reader.GetCount());
 }
@@ -445,6 +469,8 @@ TEST(ZipExtraction, GivesDirectoriesTheirTimesLast) {
         ASSERT_EQ(OrvaZipSuccess, writer.AddDirectory(L"outer", &stamp));
         ASSERT_EQ(OrvaZipSuccess, writer.AddDirectory(L"outer/inner", &stamp));
         ASSERT_EQ(OrvaZipSuccess, writer.AddMemory(L"outer/inner/file", "1", 1));
+        ASSERT_EQ(OrvaZipSuccess,
+                  writer.AddDirectory(L"marked", &stamp, FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY));
         ASSERT_EQ(OrvaZipSuccess, writer.Close());
     }
     ASSERT_TRUE(OrvaUnzipAll((folder / L"a.zip").c_str(), folder / L"out"));
@@ -452,5 +478,58 @@ TEST(ZipExtraction, GivesDirectoriesTheirTimesLast) {
         WIN32_FILE_ATTRIBUTE_DATA facts;
         ASSERT_TRUE(::GetFileAttributesExW((folder / name).c_str(), GetFileExInfoStandard, &facts));
         EXPECT_EQ(Ticks(stamp), Ticks(facts.ftLastWriteTime)) << OrvaPath(name).GetText().GetLength();
+    }
+    // A directory is hidden where the system can hide one, and never read-only.
+    ASSERT_TRUE(::SetFileAttributesW(folder.MakeFolder(L"probe").c_str(), FILE_ATTRIBUTE_HIDDEN));
+    EXPECT_EQ(::GetFileAttributesW((folder / L"probe").c_str()),
+              ::GetFileAttributesW((folder / L"out\\marked").c_str()));
+}
+
+/// An archive whose one entry is a zero, and then so many times 258 of them: 13 bits each.
+std::string Zeros(std::uint32_t runs, std::uint32_t crc) {
+    std::string stream;
+    int bit = 0;
+    const auto put = [&](std::string_view bits) {
+        for (const char value : bits) {
+            if (bit == 0) stream += '\0';
+            stream.back() = static_cast<char>(stream.back() | (value - '0') << bit);
+            bit = (bit + 1) % 8;
+        }
+    };
+    put("11000110000"); // the last block, with the fixed codes; a zero
+    for (std::uint32_t run = 0; run < runs; ++run)
+        put("1100010100000"); // 258 bytes from one byte before
+    put("0000000");
+    return RawArchive{.entries = {{.name = "zeros", .data = stream, .method = 8, .crc = crc, .size = 1 + 258 * runs}}}
+        .Bytes();
+}
+
+TEST(ZipExtraction, WritesLargeEntriesAsTheyCome) {
+    const TempFolder folder;
+    const struct {
+        std::uint32_t runs;
+        std::uint32_t crc;
+    } cases[] = {{262144, 0x3455D026},   // more than what is kept from one entry to the next
+                 {1040448, 0x10E227B5}}; // more than what is held in memory
+    for (const auto& [runs, crc] : cases) {
+        const std::string bytes = Zeros(runs, crc);
+        std::string damaged = bytes;
+        damaged[20'000] = static_cast<char>(damaged[20'000] ^ 0x3C);
+        OrvaZipReader reader;
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(damaged.data(), damaged.size()));
+        EXPECT_EQ(OrvaZipCorrupt, reader.ExtractToFile(0, (folder / L"new\\target").c_str()));
+        EXPECT_FALSE(Exists(folder / L"new"));
+
+        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
+        const std::wstring target = folder.MakeFile(L"zeros", "mine");
+        EXPECT_EQ(OrvaZipSuccess, reader.ExtractBelow(0, folder.Path().c_str()));
+        EXPECT_EQ("mine", ReadFile(target));
+        unsigned told = 0;
+        const auto overwrite = [&told](const wchar_t*, const WIN32_FIND_DATAW&) { ++told; };
+        EXPECT_EQ(OrvaZipSuccess, reader.ExtractBelow(0, folder.Path().c_str(), overwrite));
+        EXPECT_EQ(1u, told);
+        WIN32_FILE_ATTRIBUTE_DATA facts{};
+        EXPECT_TRUE(::GetFileAttributesExW(target.c_str(), GetFileExInfoStandard, &facts));
+        EXPECT_EQ(1 + 258 * runs, facts.nFileSizeLow);
     }
 }

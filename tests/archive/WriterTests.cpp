@@ -48,6 +48,17 @@ UniqueFileHandle OpenToRead(const std::wstring& path) {
                                           OPEN_EXISTING, 0, nullptr));
 }
 
+/// The end to read from of a pipe that holds a short text and nothing else.
+UniqueHandle PipeWith(std::string_view text) {
+    HANDLE readEnd = nullptr;
+    HANDLE writeEnd = nullptr;
+    EXPECT_TRUE(::CreatePipe(&readEnd, &writeEnd, nullptr, 4096));
+    const UniqueHandle feed(writeEnd);
+    DWORD written;
+    EXPECT_TRUE(::WriteFile(feed.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr));
+    return UniqueHandle(readEnd);
+}
+
 /// Sizes around every buffer on the way, compressible and not.
 std::vector<std::string> Blocks() {
     std::vector<std::string> blocks = {"", "x", std::string(100000, 'a')};
@@ -146,6 +157,12 @@ TEST(ZipWriter, StoresNamesInTheFormatsNotation) {
         {L"..\\up.txt", "../up.txt", false},
         {L".hidden", ".hidden", false},
         {L"..name", "..name", false},
+        {L"C:\\a.txt", "a.txt", false}, // the format has no drives
+        {L"z:a.txt", "a.txt", false},
+        {L"@:a", "@:a", false}, // and these are none
+        {L"[:a", "[:a", false},
+        {L"`:a", "`:a", false},
+        {L"{:a", "{:a", false},
         {L"Grüße 世.txt",
          "Gr\xC3\xBC\xC3\x9F"
          "e \xE4\xB8\x96.txt",
@@ -172,6 +189,7 @@ TEST(ZipWriter, StoresNamesInTheFormatsNotation) {
         EXPECT_EQ(OrvaZipBadArguments, writer.AddMemory(name.c_str(), "1", 1)) << name.size();
     }
     EXPECT_EQ(OrvaZipBadArguments, writer.AddDirectory(longest.c_str())); // no room for the "/"
+    EXPECT_EQ(OrvaZipBadArguments, writer.AddDirectory(L"C:\\"));
     EXPECT_EQ(OrvaZipSuccess, writer.AddMemory(longest.c_str(), "1", 1));
     const std::string bytes = MemoryOf(writer);
     OrvaZipReader reader;
@@ -298,6 +316,13 @@ TEST(ZipWriter, LeavesOutWhatCannotBeRead) {
     const std::wstring locked = folder.MakeFile(L"locked.txt", "locked");
     const UniqueFileHandle lock(::CreateFileW(locked.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(lock);
+    const UniqueFileHandle directory(::CreateFileW(folder.Path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                                   OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    HANDLE readEnd;
+    HANDLE writeEnd;
+    ASSERT_TRUE(::CreatePipe(&readEnd, &writeEnd, nullptr, 4096));
+    const UniqueHandle pipe(readEnd);
+    const UniqueHandle wrongEnd(writeEnd);
     const FILETIME time = Time(in2024);
     const auto pack = [&](bool withFailures) {
         OrvaZipWriter writer;
@@ -307,6 +332,8 @@ TEST(ZipWriter, LeavesOutWhatCannotBeRead) {
             EXPECT_EQ(OrvaZipNoFile, writer.AddFile(L"x", (folder / L"missing").c_str()));
             EXPECT_EQ(OrvaZipNoFile, writer.AddFile(L"x", locked.c_str()));
             EXPECT_EQ(OrvaZipReadFailed, writer.AddHandle(L"x", lock.Get())) << "open for writing alone";
+            EXPECT_EQ(OrvaZipReadFailed, writer.AddHandle(L"x", wrongEnd.Get())) << "the end to write to";
+            EXPECT_EQ(OrvaZipReadFailed, writer.AddHandle(L"x", directory.Get()));
             EXPECT_EQ(OrvaZipBadArguments, writer.AddHandle(L"x", INVALID_HANDLE_VALUE));
             EXPECT_EQ(OrvaZipBadArguments, writer.AddHandle(L"x", nullptr));
             EXPECT_EQ(OrvaZipBadArguments, writer.AddFile(L"x", L""));
@@ -325,14 +352,7 @@ TEST(ZipWriter, ReadsHandlesFromTheirPosition) {
     const TempFolder folder;
     const std::wstring path = folder.MakeFile(L"file.txt", "0123456789");
     const UniqueFileHandle file = OpenToRead(path);
-    HANDLE readEnd;
-    HANDLE writeEnd;
-    ASSERT_TRUE(::CreatePipe(&readEnd, &writeEnd, nullptr, 4096));
-    const UniqueHandle pipe(readEnd);
-    UniqueHandle feed(writeEnd);
-    DWORD written;
-    ASSERT_TRUE(::WriteFile(feed.Get(), "from a pipe", 11, &written, nullptr));
-    feed.Reset();
+    const UniqueHandle pipe = PipeWith("from a pipe");
 
     OrvaZipWriter writer;
     ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory());
@@ -399,7 +419,18 @@ TEST(ZipWriter, AnswersByItsState) {
     const void* data = "";
     std::size_t size = 1;
     OrvaZipWriter writer;
-    EXPECT_EQ(OrvaZipBadArguments, writer.AddMemory(L"a", "1", 1));
+    const TempFolder folder;
+    const std::wstring file = folder.MakeFile(L"file", "1");
+    const UniqueFileHandle handle = OpenToRead(file);
+    const auto expectAdditions = [&](OrvaZipResult result) {
+        EXPECT_EQ(result, writer.AddFile(L"a", file.c_str()));
+        EXPECT_EQ(result, writer.AddMemory(L"a", "1", 1));
+        EXPECT_EQ(result, writer.AddHandle(L"a", handle.Get()));
+        EXPECT_EQ(result, writer.AddDirectory(L"a"));
+        EXPECT_EQ(0u, writer.GetCount());
+    };
+    expectAdditions(OrvaZipBadArguments);
+    EXPECT_EQ(OrvaZipNoFile, writer.Create(std::wstring(40000, L'x').c_str()));
     EXPECT_EQ(OrvaZipBadArguments, writer.Close());
     EXPECT_EQ(OrvaZipBadArguments, writer.GetMemory(data, size));
     EXPECT_EQ(nullptr, data);
@@ -408,32 +439,55 @@ TEST(ZipWriter, AnswersByItsState) {
     ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory());
     EXPECT_EQ(OrvaZipSuccess, writer.Close());
     EXPECT_EQ(OrvaZipEnded, writer.Close());
-    EXPECT_EQ(OrvaZipEnded, writer.AddMemory(L"a", "1", 1));
-    EXPECT_EQ(OrvaZipEnded, writer.AddDirectory(L"a"));
+    expectAdditions(OrvaZipEnded);
     EXPECT_EQ(OrvaZipSuccess, writer.GetMemory(data, size));
     EXPECT_EQ(22u, size); // an end record alone
     OrvaZipReader reader;
     EXPECT_EQ(OrvaZipSuccess, reader.OpenMemory(data, size));
     EXPECT_EQ(0u, reader.GetCount());
 
-    const TempFolder folder;
     ASSERT_EQ(OrvaZipSuccess, writer.Create((folder / L"a.zip").c_str()));
     EXPECT_EQ(OrvaZipNotMemory, writer.GetMemory(data, size));
     EXPECT_EQ(OrvaZipSuccess, writer.AddMemory(L"a", "1", 1)); // the question changed nothing
 
-    // A limit that the archive hits, in its data or in its directory.
-    for (const std::size_t limit : {std::size_t{40}, std::size_t{200}, std::size_t{66000}}) {
-        ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory(limit));
-        const std::string noise = Noise(limit == 200 ? 100 : limit);
-        const OrvaZipResult added = writer.AddMemory(L"noise", noise.data(), noise.size());
-        if (added == OrvaZipSuccess) {
-            EXPECT_EQ(OrvaZipMemoryFull, writer.Close()) << limit;
-        } else {
-            EXPECT_EQ(OrvaZipMemoryFull, added) << limit;
-        }
-        EXPECT_EQ(OrvaZipPreviousError, writer.AddMemory(L"b", "1", 1));
-        EXPECT_EQ(OrvaZipPreviousError, writer.GetMemory(data, size));
-        EXPECT_EQ(OrvaZipPreviousError, writer.Close());
+    ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory(40));
+    ASSERT_EQ(OrvaZipMemoryFull, writer.AddMemory(L"noise", Noise(40).data(), 40));
+    expectAdditions(OrvaZipPreviousError);
+    EXPECT_EQ(OrvaZipPreviousError, writer.GetMemory(data, size));
+    EXPECT_EQ(OrvaZipPreviousError, writer.Close());
+}
+
+TEST(ZipWriter, HitsEveryLimitCleanly) {
+    const std::string noise = Noise(40);
+    const std::string text(100, 'a');
+    const std::string much = Noise(66000);
+    for (const wchar_t* password : {L"", L"secret"}) {
+        // The first result that is none of success, and the archive's size.
+        const auto pack = [&](std::size_t limit, std::size_t& size) {
+            OrvaZipWriter writer;
+            const void* data = nullptr;
+            EXPECT_EQ(OrvaZipSuccess, writer.CreateInMemory(limit, password));
+            const UniqueHandle pipe = PipeWith(text);
+            OrvaZipResult result = writer.AddMemory(L"stored.gz", noise.data(), noise.size());
+            if (result == OrvaZipSuccess) result = writer.AddMemory(L"short", "hello", 5);
+            if (result == OrvaZipSuccess) result = writer.AddHandle(L"pipe", pipe.Get());
+            if (result == OrvaZipSuccess) result = writer.AddMemory(L"block", text.data(), text.size());
+            if (result == OrvaZipSuccess && limit > 10000) {
+                result = writer.AddMemory(L"much", much.data(), much.size());
+            }
+            const OrvaZipResult closed = writer.GetMemory(data, size);
+            EXPECT_EQ(result == OrvaZipSuccess ? closed : OrvaZipPreviousError, closed);
+            EXPECT_EQ(closed == OrvaZipSuccess, data != nullptr);
+            return result == OrvaZipSuccess ? closed : result;
+        };
+        std::size_t whole = 0;
+        std::size_t size = 0;
+        ASSERT_EQ(OrvaZipSuccess, pack(0, whole));
+        for (std::size_t limit = 1; limit < whole; ++limit)
+            ASSERT_EQ(OrvaZipMemoryFull, pack(limit, size)) << limit << " of " << whole;
+        EXPECT_EQ(OrvaZipSuccess, pack(whole, size));
+        EXPECT_EQ(whole, size);
+        EXPECT_EQ(OrvaZipMemoryFull, pack(66000, size)) << "beyond the first block of memory";
     }
 }
 
@@ -479,4 +533,20 @@ TEST(ZipWriter, EncryptsEachEntryWithAHeaderOfItsOwn) {
     EXPECT_EQ(Crc32(text), Get<std::uint32_t>(bytes, descriptor + 4));
     EXPECT_EQ(12 + text.size(), Get<std::uint32_t>(bytes, descriptor + 8));
     EXPECT_EQ(text.size(), Get<std::uint32_t>(bytes, descriptor + 12));
+}
+
+TEST(ZipWriter, EncryptsDataOfUnknownSize) {
+    OrvaZipWriter writer;
+    ASSERT_EQ(OrvaZipSuccess, writer.CreateInMemory(0, L"password"));
+    const UniqueHandle pipe = PipeWith("from a pipe");
+    ASSERT_EQ(OrvaZipSuccess, writer.AddHandle(L"a.gz", pipe.Get()));
+    const std::string bytes = MemoryOf(writer);
+    const std::size_t descriptor = 30 + 4 + 20 + 12 + 11; // the sizes behind the data have 64 bits, too
+    EXPECT_EQ(0x08074B50u, Get<std::uint32_t>(bytes, descriptor));
+    EXPECT_EQ(12u + 11u, Get<std::uint64_t>(bytes, descriptor + 8));
+    EXPECT_EQ(11u, Get<std::uint64_t>(bytes, descriptor + 16));
+    EXPECT_EQ(0x02014B50u, Get<std::uint32_t>(bytes, descriptor + 24));
+    OrvaZipReader reader;
+    ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size(), L"password"));
+    EXPECT_EQ("from a pipe", Extracted(reader, 0));
 }

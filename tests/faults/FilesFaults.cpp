@@ -226,6 +226,7 @@ TEST(FilesFaults, CopyingATreeCarefully) {
             const std::wstring target = trial / L"copy";
             ::SetFileAttributesW((target + L"\\sub\\b.txt").c_str(), FILE_ATTRIBUTE_READONLY);
             ::RemoveDirectoryW((target + L"\\empty").c_str());
+            ::SetFileAttributesW((source + L"\\empty").c_str(), FILE_ATTRIBUTE_READONLY);
             unsigned reported = 0;
             OrvaTreeOptions options;
             options.policy = OrvaTreePolicy::Overwrite;

@@ -125,6 +125,35 @@ TEST(DeleteFiles, GoesOnAfterAFailure) {
     EXPECT_EQ(NamesIn(folder / L"source"), (Names{L"2"}));
 }
 
+/// A host's own walk, over one file.
+class OneFile final : public OrvaFileMatch {
+public:
+    OneFile(const OrvaPath& directory, const wchar_t* name) : m_directory(directory), m_name(name) {}
+    void Close() override { m_isFound = FALSE; }
+    void Open(const wchar_t*, const wchar_t*, DWORD) override { m_isFound = TRUE; }
+    void Next() override { m_isFound = FALSE; }
+    BOOL IsFound() const override { return m_isFound; }
+    OrvaPath& GetPath(OrvaPath& path) const override { return path = m_directory / m_name; }
+    OrvaPath& GetName(OrvaPath& name) const override { return name = m_name; }
+    OrvaPath& GetDirectory(OrvaPath& directory) const override { return directory = m_directory; }
+
+private:
+    OrvaPath m_directory;
+    OrvaPath m_name;
+    BOOL m_isFound = TRUE;
+};
+
+TEST(DeleteFiles, TakesWalksOfTheHostsOwn) {
+    const TempFolder folder;
+    folder.MakeFile(L"a");
+    folder.MakeFile(L"b");
+    OneFile walk(folder.Path(), L"a");
+    EXPECT_EQ(OrvaDeleteFiles(walk), 0);
+    EXPECT_EQ(NamesIn(folder.Path()), Names{L"b"});
+    walk.Open(L"", L"", 0);
+    EXPECT_EQ(OrvaDeleteFiles(walk), 1);
+}
+
 TEST(CopyDirectoryTree, CopiesEverything) {
     const TempFolder folder;
     const std::wstring tree = MakeTree(folder, L"tree");

@@ -1,4 +1,5 @@
 #include "support/HandleCount.h"
+#include "support/ImportPatch.h"
 #include "support/TempFolder.h"
 #include "tarnu/files/OrvaFileOperations.h"
 #include "tarnu/support/Owners.h"
@@ -304,6 +305,28 @@ TEST(FileContents, ReadingSharesAndFailsWithoutTouchingTheResult) {
     EXPECT_EQ(OrvaReadFile(nullptr, read), 1);
     EXPECT_EQ(OrvaReadFile(L"", read), 1);
     EXPECT_EQ(read, (std::vector<unsigned char>{1, 2, 3}));
+}
+
+template <LONGLONG size>
+BOOL WINAPI SaySize(HANDLE, LARGE_INTEGER* answer) {
+    answer->QuadPart = size;
+    return TRUE;
+}
+
+TEST(FileContents, ReadingGoesByTheDataNotByTheSize) {
+    const TempFolder folder;
+    const std::string contents(100000, 'x');
+    const std::wstring path = folder.MakeFile(L"file", contents);
+    std::vector<unsigned char> read{1, 2, 3};
+    {
+        const tarnu::test::ImportPatch vast(L"TarnuWin32Utils.dll", "GetFileSizeEx", &SaySize<MAXLONGLONG>);
+        EXPECT_EQ(OrvaReadFile(path.c_str(), read), 1);
+        EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
+        EXPECT_EQ(read, (std::vector<unsigned char>{1, 2, 3}));
+    }
+    const tarnu::test::ImportPatch grows(L"TarnuWin32Utils.dll", "GetFileSizeEx", &SaySize<3>);
+    EXPECT_EQ(OrvaReadFile(path.c_str(), read), 0);
+    EXPECT_TRUE(read == Bytes(contents));
 }
 
 TEST(RelativePath, LeadsFromADirectoryToAPath) {

@@ -126,6 +126,7 @@ TEST(FileTimes, WhatIsOutOfRangeIsRefusedAndChangesNothing) {
         Fields(2020, 13, 1),
         Fields(2020, 1, 0),
         Fields(2020, 4, 31),
+        Fields(2020, 1, 32),
         Fields(2100, 2, 29),
         Fields(2020, 2, 30),
         Fields(2020, 1, 1, 24),
@@ -160,6 +161,8 @@ TEST(FileTimes, LocalTimeGoesThereAndBackAtEveryDistance) {
             __time64_t time = 0;
             ASSERT_TRUE(OrvaLocalToTime(local, time));
             ASSERT_EQ(time, static_cast<__time64_t>(ToTicks(fileTime) / 10000000) + firstTime);
+            ASSERT_TRUE(OrvaTimeToLocal(time, back));
+            ASSERT_TRUE(SameFields(Fields(year, month, 15, 12, 34, 56), back)) << year << "-" << month;
         }
     }
 }

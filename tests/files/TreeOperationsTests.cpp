@@ -321,6 +321,7 @@ TEST_F(TreeOperations, BadPathsFailAndChangeNothing) {
         {tree, folder / L"n?w", folder / L"n?w", ERROR_INVALID_NAME},
         {L"NUL", folder / L"new", L"NUL", ERROR_INVALID_NAME},
         {tree, L"NUL", L"NUL", ERROR_INVALID_NAME},
+        {folder.Path().substr(0, 3), folder / L"new", folder / L"new", ERROR_CANNOT_COPY}, // a drive into itself
     };
     for (const Sample& sample : samples) {
         SCOPED_TRACE(testing::PrintToString(sample.source + L" -> " + sample.destination));
@@ -341,6 +342,21 @@ TEST_F(TreeOperations, BadPathsFailAndChangeNothing) {
     EXPECT_EQ(ReadFile(other), "other");
     EXPECT_EQ(Copy(tree, L"Q:\\no\\such\\drive"), 1);
     EXPECT_EQ(failures.size(), 1u);
+    for (const std::wstring& nowhere :
+         {std::wstring(LR"(\\localhost\no$such)"), std::wstring(LR"(\\localhost\no$such\tree)"), std::wstring(L"Q:")}) {
+        EXPECT_EQ(Copy(nowhere + L'\\', folder / L"new"), 1);
+        ASSERT_EQ(failures.size(), 1u);
+        EXPECT_EQ(failures[0].first, nowhere);
+        EXPECT_EQ(Copy(tree, nowhere + L'\\'), 1);
+        EXPECT_EQ(failures.size(), 1u);
+    }
+
+    // A sink that throws.
+    options.onFailure = [](const wchar_t*, DWORD) { throw std::runtime_error("no"); };
+    EXPECT_EQ(Copy(folder / L"missing", folder / L"new"), 1);
+    EXPECT_GE(counts.failures, 1u);
+    EXPECT_EQ(OrvaCopyTree(nullptr, tree.c_str(), options), 1);
+    options.onFailure = [this](const wchar_t* path, DWORD error) { failures.emplace_back(path, error); };
 
     EXPECT_EQ(OrvaRemoveTree(nullptr, options), 1);
     EXPECT_EQ(Remove(L""), 1);
@@ -426,6 +442,7 @@ TEST_F(TreeOperations, LinksAreNeverEntered) {
     const DirectoryLink loop(tree + L"\\loop", tree);
     if (!link.Exists() || !loop.Exists()) GTEST_SKIP() << "this system lets nobody make links here";
 
+    InstallProgress([](int, int, const wchar_t*) { return 0; }); // the entries are counted without them, too
     const std::wstring copy = folder / L"copy";
     const int copyFlag = Copy(tree, copy);
     EXPECT_EQ(ReadFile(copy + L"\\file"), "file");
@@ -472,6 +489,7 @@ TEST_F(TreeOperations, ARootThatIsALinkIsTheLink) {
     EXPECT_EQ(Copy(folder / L"link", folder / L"new\\copy"), works ? 0 : 1);
     EXPECT_FALSE(Exists(folder / L"new\\copy\\kept") && !works) << "never a copy of the target's contents";
     EXPECT_EQ(counts.directories + counts.files, 0u);
+    EXPECT_EQ(Copy(folder / L"link", folder.MakeFile(L"file") + L"\\below\\it"), 1);
     EXPECT_EQ(Remove(folder / L"link"), works ? 0 : 1);
     EXPECT_EQ(link.Exists(), !works);
     EXPECT_EQ(TreeOf(target), (Tree{{L"kept", "kept"}}));
@@ -562,6 +580,11 @@ TEST_F(TreeOperations, StopsWhenThePollAsksForIt) {
     EXPECT_EQ(polls, 3);
     ASSERT_EQ(failures.size(), 1u);
     EXPECT_EQ(failures[0], (std::pair<std::wstring, DWORD>(copy + L"\\0", ERROR_CANCELLED)));
+    polls = 0;
+    EXPECT_EQ(Copy(copy, folder / L"third"), 1);
+    EXPECT_EQ(polls, 3);
+    EXPECT_EQ(counts.failures, 0u);
+    EXPECT_EQ(failures, (Failures{{copy + L"\\0", ERROR_CANCELLED}}));
 }
 
 } // namespace

@@ -153,7 +153,12 @@ TEST_F(FileEvents, TheMaskNamesWhatChanged) {
         m_folder.MakeFile(folder(index) + L"\\file", "short");
         Register(m_folder / (folder(index) + L"\\file"), cases[index].filter, listeners[index]);
     }
+    Listener ofGone; // whose directory signals, too
+    Register(m_folder.MakeFile(L"case0\\gone"), fileName, ofGone);
+    Listener ofRoot;
+    Register(L"C:\\no such file", size, ofRoot);
     Settle();
+    EXPECT_TRUE(::DeleteFileW((m_folder / L"case0\\gone").c_str()));
     for (std::size_t index = 0; index < std::size(cases); ++index) {
         cases[index].change(m_folder / (folder(index) + L"\\file"), m_folder / (folder(index) + L"\\other"));
     }
@@ -171,6 +176,7 @@ TEST_F(FileEvents, TheMaskNamesWhatChanged) {
         EXPECT_EQ(sorted, calls);
         EXPECT_EQ(m_cookies[index], listeners[index].last);
     }
+    EXPECT_EQ("", ofGone.calls);
 }
 
 TEST_F(FileEvents, FilesOfOneDirectoryShareTheFirstOnesWatch) {
@@ -276,14 +282,22 @@ TEST_F(FileEvents, ADirectoryThatGoesAwayIsReportedOnceAndMayComeBack) {
     const std::wstring sibling = m_folder.MakeFile(L"away\\sibling", "1");
     Listener listener;
     Listener second;
+    Listener swapped;
     Register(file, size, listener);
     Register(sibling, size, second);
+    Register(m_folder.MakeFile(L"swapped\\file"), size, swapped);
     Settle();
     ASSERT_TRUE(::MoveFileW((m_folder / L"away").c_str(), (m_folder / L"gone").c_str()));
-    ASSERT_TRUE(PumpUntil([&] { return !listener.calls.empty() && !second.calls.empty(); }));
-    EXPECT_EQ("e", listener.calls);
-    EXPECT_EQ("e", second.calls);
-    EXPECT_NE(0u, listener.errors[0]);
+    ASSERT_TRUE(::MoveFileW((m_folder / L"swapped").c_str(), (m_folder / L"gone too").c_str()));
+    m_folder.MakeFile(L"swapped\\file"); // another directory of the name, which the handle does not watch
+    ASSERT_TRUE(PumpUntil([&] { return !listener.calls.empty() && !second.calls.empty() && !swapped.calls.empty(); }));
+    Listener late;
+    Register(m_folder / L"away\\late", size, late);
+    EXPECT_TRUE(PumpUntilCalled(late));
+    for (const Listener* each : {&listener, &second, &swapped, &late}) {
+        EXPECT_EQ("e", each->calls);
+        EXPECT_NE(0u, each->errors[0]);
+    }
 
     // A new registration in a directory of that name watches for the others too.
     m_folder.MakeFile(L"away\\file", "1");

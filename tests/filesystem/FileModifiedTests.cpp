@@ -74,6 +74,9 @@ TEST(FileModifiedStatus, ConstructionTakesAllAssignmentLeavesAccessTimeAndAttrib
     EXPECT_STREQ(assigned.m_szFullName, L"C:\\a\\b.txt");
     EXPECT_EQ(assigned.m_atime.GetTime(), 7);
     EXPECT_EQ(assigned.m_attribute, 4);
+    const OrvaFileModifiedStatus& itself = assigned;
+    EXPECT_EQ(&(assigned = itself), &assigned);
+    EXPECT_STREQ(assigned.m_szFullName, L"C:\\a\\b.txt");
 }
 
 TEST(FileModifiedStatus, OnlyAnObjectEqualsItself) {

@@ -80,6 +80,9 @@ TEST(FileWatchTest, CheckTellsAtOnceAndOnlyOnce) {
     WriteFile(path, "22");
     watched.Check();
     watched.Check();
+    // A directory of its name can't be looked at as a file: that is no news of the file.
+    ASSERT_TRUE(::DeleteFileW(path.c_str()) && ::CreateDirectoryW(path.c_str(), nullptr));
+    watched.Check();
     EXPECT_TRUE(watched.Tells("s"));
 }
 
@@ -101,6 +104,27 @@ TEST(FileWatchTest, RelativePathsStandForThisMomentsDirectory) {
     EXPECT_EQ(0, watched.Path().CompareNoCase(path.c_str()));
     WriteFile(path, "22");
     EXPECT_TRUE(watched.Tells("s"));
+}
+
+TEST(FileListenerTest, FunctionsAreToldWhichChangeAndOthersMayBeDeaf) {
+    struct Deaf final : OrvaFileEventListener {};
+    Deaf deaf;
+    std::vector<std::pair<DWORD, DWORD>> told;
+    FunctionFileListener listener([&told](DWORD change, DWORD error) { told.emplace_back(change, error); });
+    for (OrvaFileEventListener* each :
+         {static_cast<OrvaFileEventListener*>(&deaf), static_cast<OrvaFileEventListener*>(&listener)}) {
+        each->OnFileNameChanged(nullptr);
+        each->OnDirNameChanged(nullptr);
+        each->OnAttributesChanged(nullptr);
+        each->OnSizeChanged(nullptr);
+        each->OnLastWriteChanged(nullptr);
+        each->OnLastAccessChanged(nullptr);
+        each->OnError(nullptr, 5);
+        each->OnRegistered(nullptr);
+        each->OnUnregistered(nullptr);
+    }
+    EXPECT_EQ((std::vector<std::pair<DWORD, DWORD>>{{1, 0}, {2, 0}, {4, 0}, {8, 0}, {0x10, 0}, {0x20, 0}, {0, 5}}),
+              told);
 }
 
 TEST(FileRegistrationTest, EndsWithItsObject) {

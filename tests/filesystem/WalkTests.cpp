@@ -154,6 +154,17 @@ TEST(BasicFileMatcher, NullTextsHaveNoEntries) {
     OrvaBasicFileMatcher matcher;
     matcher.Open(nullptr, nullptr, 0);
     EXPECT_FALSE(matcher.IsFound());
+    matcher.Open(std::wstring(40000, L'x').c_str(), L"*", 0);
+    EXPECT_FALSE(matcher.IsFound());
+    // No directory is the current one.
+    const TempFolder folder;
+    folder.MakeFile(L"found");
+    ASSERT_TRUE(::SetCurrentDirectoryW(folder.Path().c_str()));
+    matcher.Open(L"", L"f*", 0);
+    EXPECT_TRUE(matcher.IsFound());
+    EXPECT_EQ(L"found", NameOf(matcher));
+    matcher.Close();
+    ::SetCurrentDirectoryW(L"C:\\");
 }
 
 TEST(BasicFileMatcher, ListsFoldersBeyond260Characters) {
@@ -245,6 +256,7 @@ TEST(BFSDirectoryTree, GoesLevelByLevelRootFirst) {
     tree.Next();
     EXPECT_FALSE(tree.IsFound());
     EXPECT_EQ(L"", NameOf(tree));
+    EXPECT_EQ(folder.Path(), PathOf(tree));
 }
 
 TEST(DFSDirectoryTree, GoesDepthFirstRootLast) {
@@ -258,6 +270,7 @@ TEST(DFSDirectoryTree, GoesDepthFirstRootLast) {
     EXPECT_EQ((Names{L"a1", L""}), Walked(tree, folder.Path(), L"a*", 0));
     tree.Next();
     EXPECT_FALSE(tree.IsFound());
+    EXPECT_EQ(L"", PathOf(tree));
 }
 
 TEST(DirectoryTrees, VisitHiddenDirectoriesAndIgnoreTheFilter) {

@@ -296,6 +296,13 @@ TEST(CFileStatusByName, FailsWithoutAFile) {
     ASSERT_TRUE(closed.GetStatus(status));
     EXPECT_STREQ(L"", status.m_szFullName);
     EXPECT_EQ(0U, status.m_size);
+    CFile named;
+    named.SetFilePath(std::wstring(259, L'n').c_str());
+    EXPECT_TRUE(named.GetStatus(status));
+    named.SetFilePath(std::wstring(260, L'n').c_str());
+    EXPECT_FALSE(named.GetStatus(status)) << "no room for the name";
+    EXPECT_STREQ(L"", status.m_szFullName);
+    EXPECT_TRUE(CFile::GetStatus((L"\\\\?\\" + folder.Path()).c_str(), status)) << "the question mark is no wildcard";
 }
 
 // Exceptions
@@ -397,8 +404,15 @@ TEST(CFileExceptionText, FitsTheBuffer) {
     EXPECT_FALSE(error.GetErrorMessage(text, 0));
     EXPECT_FALSE(error.GetErrorMessage(nullptr, 10));
     EXPECT_TRUE(CFileException(1000).GetErrorMessage(text, 200)) << "an unknown cause";
-    EXPECT_FALSE(CException().GetErrorMessage(text, 200));
+    EXPECT_TRUE(CFileException(-1).GetErrorMessage(text, 200));
+    help = 7;
+    EXPECT_FALSE(CException().GetErrorMessage(text, 200, &help));
+    EXPECT_EQ(0U, help);
     EXPECT_STREQ(L"", text);
+    text[0] = L'#';
+    EXPECT_FALSE(CException().GetErrorMessage(text, 0));
+    EXPECT_FALSE(CException().GetErrorMessage(nullptr, 200));
+    EXPECT_EQ(L'#', text[0]);
 }
 
 } // namespace

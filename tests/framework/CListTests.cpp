@@ -270,6 +270,12 @@ TEST(CObjectClass, TheFrameworksOwnClasses) {
     const CObject* object = &file;
     EXPECT_NE(nullptr, dynamic_cast<const CFile*>(object));
     EXPECT_EQ(nullptr, dynamic_cast<const CWnd*>(object));
+    EXPECT_EQ(RUNTIME_CLASS(CFile), CFile().GetRuntimeClass());
+    EXPECT_EQ(RUNTIME_CLASS(CException), CException().GetRuntimeClass());
+    struct Plain final : CObject {};
+    const Plain plain;
+    EXPECT_EQ(RUNTIME_CLASS(CObject), plain.GetRuntimeClass());
+    plain.AssertValid();
 }
 
 } // namespace

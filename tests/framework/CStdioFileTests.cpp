@@ -6,7 +6,11 @@
 #include "support/HandleCount.h"
 #include "support/TempFolder.h"
 
+#include <climits>
+#include <cstdio>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <io.h>
 #include <string>
 #include <vector>
 
@@ -261,6 +265,54 @@ TEST(CStdioFileLines, FailuresAreThrown) {
     ASSERT_TRUE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite | CFile::typeText));
     EXPECT_NE(nullptr, Catch([&] { file.ReadString(line); })) << "opened for writing";
     EXPECT_STREQ(L"text", line) << "a failed read leaves the text alone";
+    EXPECT_NE(nullptr, Catch([&] { file.Read(buffer, 1); }));
+    EXPECT_EQ(CFileException::badSeek, Catch([&] { file.SetLength(~0ull); })->m_cause);
+
+    ASSERT_TRUE(file.Open(folder.MakeFile(L"read.bin", "text").c_str(), CFile::modeRead | CFile::typeBinary));
+    EXPECT_NE(nullptr, Catch([&] {
+                  file.Write("x", 1);
+                  file.Flush();
+              }));
+    EXPECT_NE(nullptr, Catch([&] { file.SetLength(1); }));
+    EXPECT_EQ(4u, file.GetLength());
+    wchar_t whole[8] = {};
+    ASSERT_TRUE(file.Open((folder / L"read.bin").c_str(), CFile::modeRead | CFile::typeText));
+    EXPECT_NE(nullptr, file.ReadString(whole, UINT_MAX)) << "the room is the caller's word";
+    EXPECT_STREQ(L"text", whole);
+    file.Close();
+    file.Flush();
+    EXPECT_EQ(0u, file.Read(buffer, 0)); // neither needs a stream
+    file.Write(buffer, 0);
+    EXPECT_EQ(CStdioFile(nullptr).m_hFile, CFile::hFileNull);
+}
+
+TEST(CStdioFileLines, PipesHaveNoPosition) {
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(0, ::_pipe(ends, 256, _O_BINARY));
+    std::FILE* const stream = ::_wfdopen(ends[0], L"rb");
+    ASSERT_NE(nullptr, stream);
+    CStdioFile file(stream);
+    EXPECT_NE(nullptr, Catch([&] { file.GetPosition(); }));
+    EXPECT_NE(nullptr, Catch([&] { file.GetLength(); }));
+    std::fclose(stream);
+    ::_close(ends[1]);
+}
+
+TEST(CStdioFileOpen, BinaryModesKeepEveryByte) {
+    const TempFolder folder;
+    const std::wstring path = folder / L"file.bin";
+    constexpr UINT create = CFile::modeCreate | CFile::typeBinary | CFile::modeNoInherit;
+    const struct {
+        UINT flags;
+        const char* contents;
+    } cases[] = {{create | CFile::modeWrite, "1\n"},
+                 {create | CFile::modeNoTruncate | CFile::modeWrite, "1\n1\n"},
+                 {create | CFile::modeNoTruncate | CFile::modeReadWrite, "1\n1\n1\n"},
+                 {create | CFile::modeReadWrite, "1\n"}};
+    for (const auto& [flags, contents] : cases) {
+        CStdioFile(path.c_str(), flags).Write("1\n", 2);
+        EXPECT_EQ(contents, ReadFile(path)) << flags;
+    }
 }
 
 } // namespace

@@ -334,6 +334,13 @@ TEST(CStringBuffer, SetLengthTruncateAndFreeExtra) {
     text.FreeExtra();
     EXPECT_LT(text.GetAllocLength(), 20);
     EXPECT_EQ(L"ab", Whole(text));
+    const wchar_t* const exact = text;
+    text.FreeExtra();
+    EXPECT_EQ(exact, text.GetString()) << "nothing to be freed";
+    CString shared(text);
+    shared.Preallocate(1); // room enough, but not its own
+    EXPECT_NE(exact, shared.GetString());
+    EXPECT_EQ(L"ab", Whole(shared));
     text.Truncate(0);
     text.FreeExtra();
     EXPECT_EQ(0, text.GetAllocLength());
@@ -489,6 +496,8 @@ TEST(CStringParts, CountsAndPositionsAreClipped) {
         EXPECT_STREQ(test.right, text.Right(test.count)) << test.count;
         EXPECT_STREQ(test.middle, text.Mid(test.count)) << test.count;
     }
+    EXPECT_STREQ(L"", CString(L"abc").SpanIncluding(nullptr));
+    EXPECT_STREQ(L"abc", CString(L"abc").SpanExcluding(nullptr));
 }
 
 TEST(CStringParts, TokenizeSkipsRunsOfDelimiters) {
@@ -628,6 +637,9 @@ TEST(CStringChange, InsertAndDeleteClip) {
     CString single(L"abcd");
     EXPECT_EQ(3, single.Delete(1));
     EXPECT_STREQ(L"acd", single);
+    CString grown(L"ac"); // beyond its room, though nobody shares it
+    EXPECT_EQ(102, grown.Insert(1, std::wstring(100, L'b').c_str()));
+    EXPECT_EQ(L'a' + std::wstring(100, L'b') + L'c', Whole(grown));
 }
 
 TEST(CStringChange, CaseAndOrder) {
@@ -682,6 +694,14 @@ TEST(CStringFormat, TakesResultsOfAnyLength) {
     CString character;
     character.Format(L"%c%c", L'\0', L'x');
     EXPECT_EQ((std::wstring{L"\0x", 2}), Whole(character));
+}
+
+TEST(CStringFormat, KeepsTheRoomThatWasAskedFor) {
+    CString text;
+    text.Preallocate(1000);
+    text.AppendFormat(L"%d", 7);
+    EXPECT_EQ(L"7", Whole(text));
+    EXPECT_GE(text.GetAllocLength(), 1000);
 }
 
 TEST(CStringFormat, AFailureLeavesTheTextAlone) {

@@ -65,10 +65,17 @@ TEST(CTimeFields, SecondsOutOfRangeHaveNoFields) {
         EXPECT_EQ(nullptr, time.GetGmtTm(&fields));
         EXPECT_FALSE(time.GetAsSystemTime(system));
         EXPECT_EQ(0, time.GetYear());
+        EXPECT_EQ(0, time.GetMonth());
+        EXPECT_EQ(0, time.GetDay());
+        EXPECT_EQ(-1, time.GetHour());
+        EXPECT_EQ(-1, time.GetMinute());
+        EXPECT_EQ(-1, time.GetSecond());
+        EXPECT_EQ(0, time.GetDayOfWeek());
         EXPECT_STREQ(L"", time.Format(L"%Y"));
         EXPECT_STREQ(L"", time.FormatGmt(L"%Y"));
     }
     EXPECT_EQ(nullptr, CTime(0).GetGmtTm(nullptr));
+    EXPECT_EQ(nullptr, CTime(0).GetLocalTm(nullptr));
 }
 
 TEST(CTimeFileTime, CountsWholeSecondsSince1970) {
@@ -90,6 +97,13 @@ TEST(CTimeFileTime, CountsWholeSecondsSince1970) {
     };
     for (const auto& test : cases)
         EXPECT_EQ(test.seconds, CTime(test.time).GetTime());
+    // The flag says what the local fields are taken for: they stay, and in a zone without such a time the hour moves.
+    for (const int daylight : {0, 1}) {
+        const CTime time(ToFileTime(2021, 1, 15, 12, 30, 45), daylight);
+        EXPECT_EQ(1610713845 - time.GetTime(), (1610713845 - time.GetTime()) / 3600 * 3600);
+        EXPECT_EQ(0, CTime(ToFileTime(0), daylight).GetTime() / 86400);
+        EXPECT_EQ(0, CTime(ToFileTime(3001, 1, 1, 0, 0, 0), daylight).GetTime() / 86400);
+    }
 }
 
 TEST(CTimeFormat, FollowsTheRuntime) {

@@ -2,6 +2,7 @@
 /// OrvaPath: text handling, joins, parts, relative and absolute paths, well-known places.
 #include "tarnu/paths/OrvaPath.h"
 
+#include "tests/support/ImportPatch.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -751,6 +752,31 @@ TEST(OrvaPath, ACurrentDirectoryBeyondTheBufferIsCleared) {
     ::SetCurrentDirectoryW(L"C:\\");
     EXPECT_TRUE(path.GetCurrentDirectory());
     ExpectCountedTerminator(path, L"C:\\");
+}
+
+constexpr DWORD longNameSize = 1000;
+
+DWORD WINAPI SayLongName(HMODULE, wchar_t* buffer, DWORD size) {
+    std::fill_n(buffer, std::min(size, longNameSize) - 1, L'm');
+    buffer[std::min(size, longNameSize) - 1] = L'\0';
+    if (size >= longNameSize) return longNameSize - 1;
+    ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return size;
+}
+DWORD WINAPI FillAndFail(HMODULE, wchar_t*, DWORD size) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return size;
+}
+
+TEST(OrvaPath, FindsModulesWithLongNames) {
+    OrvaPath module;
+    {
+        const tarnu::test::ImportPatch patch(L"TarnuWin32Utils.dll", "GetModuleFileNameW", &SayLongName);
+        EXPECT_TRUE(module.GetModuleFileName(nullptr));
+    }
+    const tarnu::test::ImportPatch patch(L"TarnuWin32Utils.dll", "GetModuleFileNameW", &FillAndFail);
+    EXPECT_FALSE(module.GetModuleFileName(nullptr));
+    EXPECT_EQ(Text(module), std::wstring(longNameSize - 1, L'm'));
 }
 
 TEST(OrvaPath, FindsTheExecutableAndModules) {

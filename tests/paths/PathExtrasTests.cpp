@@ -106,6 +106,10 @@ TEST(PathExtras, SafeNamesCanBeFiles) {
         {L"LPT\u00B2", L"_LPT\u00B2"},
         {L"conin$", L"_conin$"},
         {L"com10", L"com10"},
+        {L"comb", L"comb"},
+        {L"a\x7F"
+         L"b",
+         L"a_b"},
         {L"console", L"console"},
         {L"x\xD83D\xDE00y", L"x\xD83D\xDE00y"}, // a surrogate pair
         {L"x\xD83Dy\xDE00", L"x_y_"},

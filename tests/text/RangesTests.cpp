@@ -47,6 +47,8 @@ TEST(NaturalLess, OrdersNamesAsPeopleDo) {
                                                L"file10a",
                                                L"z9999999999",
                                                L"z10000000000",
+                                               L"{",
+                                               L"{a",
                                                L"\u00C4",
                                                L"\u00E4",
                                                L"\u0660",
