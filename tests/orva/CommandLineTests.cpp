@@ -51,6 +51,7 @@ TEST(CommandLine, WhatIsWrongIsSaidFirst) {
         {L"copy a b -p \"\"", "--policy: \"\" is none of fail, skip, overwrite, newer", "orva copy"},
         {L"tree . -p a -p b", "--pattern is given more than once", "orva tree"},
         {L"tree . --files=no", "--files takes no value", "orva tree"},
+        {L"zip a.zip", "PATH or --list is required", "orva zip"},
         {L"zip --list x y", "PATH excludes --list", "orva zip"},
         {L"help nope", "there is no command \"nope\"", "orva help"},
         {L"completion fish", "SHELL: \"fish\" is none of bash, powershell", "orva completion"},

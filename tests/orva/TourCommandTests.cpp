@@ -109,6 +109,9 @@ TEST(UnzipCommand, SaysWhatItLeftAsItWas) {
     EXPECT_FALSE(Contains(replaced.Output(), "existed"));
     EXPECT_TRUE(Contains(replaced.Output(), "replacing ")) << replaced.Output();
     EXPECT_EQ("new", ReadFile(temp / L"out\\in\\a"));
+    OrvaProcess quietly(L"unzip -q --overwrite " + archive + L" " + target);
+    EXPECT_EQ(0u, quietly.Wait()) << quietly.Errors();
+    EXPECT_EQ("unpacked 3 entries\n", quietly.Output());
 }
 
 TEST(UnzipCommand, SaysWhatItCouldNotUnpack) {
@@ -142,4 +145,11 @@ TEST(UnzipCommand, SaysWhatItCouldNotUnpack) {
     EXPECT_EQ(1u, unknown.Wait());
     EXPECT_TRUE(unknown.Errors().starts_with("orva: in: ")) << unknown.Errors();
     EXPECT_FALSE(Exists(temp / L"out\\in"));
+
+    // A name that would steer the terminal.
+    bytes[31] = bytes[bytes.find("PK\x01\x02") + 47] = '\x1B';
+    tarnu::test::WriteFile(temp / L"a.zip", bytes);
+    OrvaProcess steering(L"zip --list " + archive);
+    EXPECT_EQ(0u, steering.Wait()) << steering.Errors();
+    EXPECT_TRUE(Contains(steering.Output(), "  i\xEF\xBF\xBD\n")) << steering.Output();
 }
