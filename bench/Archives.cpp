@@ -232,7 +232,7 @@ void AddCases(Subject& subject, const char* what, const Tree& tree, const std::w
         .Peer("CreateFileW and ReadFile loop alone", [=, &tree] { return ReadAll(tree, source); })
         .Peer("minizip's writer", [=, &tree] { return MinizipPack(tree, source, other); })
         .Goal(packGoal)
-        .Rounds(rounds);
+        .Rounds(rounds, /*isWarm=*/!unpackAgainstWriting);
 
     const auto removeTarget = [target] { Remove(target); };
     const auto write = [=, &tree] {
@@ -252,7 +252,7 @@ void AddCases(Subject& subject, const char* what, const Tree& tree, const std::w
         .Peer(
             "minizip's reader", [=, &tree] { return MinizipUnpack(tree, archive, target); }, removeTarget)
         .Goal(unpackGoal)
-        .Rounds(rounds);
+        .Rounds(rounds, /*isWarm=*/!unpackAgainstWriting);
 }
 
 } // namespace

@@ -153,7 +153,7 @@ int main() {
             },
             removeTarget)
         .Goal(1.1)
-        .Rounds(2);
+        .Rounds(2, /*isWarm=*/false);
     subject.AddGrowth("OrvaCopyDirectoryTree", "file", 20, [&workplace](std::uint64_t files) {
         const std::wstring from = workplace / (L"from" + std::to_wstring(files));
         Create(CopiedTree(static_cast<std::size_t>(files)), from);
@@ -188,7 +188,7 @@ int main() {
             [&] { return std::filesystem::remove_all(target) - tree.files.size() - tree.directories.size() - 1; },
             createTarget)
         .Goal(1.35)
-        .Rounds(2);
+        .Rounds(2, /*isWarm=*/false);
     subject.AddGrowth("OrvaDeleteDirectoryTree", "file", 20, [&workplace](std::uint64_t files) {
         const std::wstring name = L"deleted" + std::to_wstring(files) + L"-";
         const Tree small = CopiedTree(static_cast<std::size_t>(files));

@@ -16,7 +16,7 @@ import time
 import zipfile
 import zlib
 
-ROUNDS = 3
+ROUNDS = 2
 
 
 def run(*command, folder=None):
@@ -28,7 +28,7 @@ def remove(path):
 
 
 def measure(case, variants):
-    """Adds the seconds of rounds in which the variants take turns; a first round is not counted."""
+    """Adds the seconds of rounds in which the variants take turns; one round before them is not counted."""
     case["variants"] = [{"role": role, "name": name, "seconds": []} for role, name, _, _ in variants]
     for number in range(ROUNDS + 1):
         for variant, (_, _, work, product) in zip(case["variants"], variants):

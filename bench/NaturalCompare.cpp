@@ -103,7 +103,7 @@ int main() {
         .Limit("hand-written ASCII compare", [&] { return Sort(names, limit); })
         .Library("OrvaNaturalCompare", [&] { return Sort(names, library); })
         .Goal(1.15)
-        .Rounds(5);
+        .Rounds(3);
     subject.AddCase("sort 1M names without regard to case", "name", names.size())
         .Limit("hand-written ASCII compare",
                [&] {
@@ -118,7 +118,7 @@ int main() {
                      });
                  })
         .Goal(1.15)
-        .Rounds(5);
+        .Rounds(3);
     // The peers have orders of their own: all that they can agree on is the number of names.
     subject.AddCase("sort 20 000 names", "name", few.size())
         .Limit("hand-written ASCII compare", [&] { return Sort(few, limit), few.size(); })
@@ -136,7 +136,7 @@ int main() {
                   });
                   return few.size();
               })
-        .Rounds(7);
+        .Rounds(5);
     subject.AddGrowth("sorting", "name", 10'000, [&](std::uint64_t count) -> Work {
         const Names some(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(count));
         return [some, library] { return Sort(some, library); };

@@ -24,8 +24,9 @@ def fail(text):
 
 
 def choose(wanted):
-    """The subjects that the arguments name; all without arguments."""
-    subjects = sorted(source.stem for kind in ("cpp", "py") for source in (ROOT / "bench").glob(f"*.{kind}"))
+    """The subjects that the arguments name; without arguments all that measure the library."""
+    subjects = sorted(source.stem for kind in (("cpp", "py") if wanted else ("cpp",))
+                      for source in (ROOT / "bench").glob(f"*.{kind}"))
     for word in wanted:
         if not any(word.lower() in name.lower() for name in subjects):
             fail(f"there is no subject {word}; there are {', '.join(subjects)}")
@@ -201,7 +202,7 @@ def document(results):
     path = ROOT / "docs" / "performance.md"
     text = path.read_text(encoding="utf-8")
     names = re.findall(r"```text (\w+)\n", text)
-    missing = [name for name in choose([]) if name not in names or not (results / f"{name}.json").exists()]
+    missing = [name for name in {*choose([]), *names} if name not in names or not (results / f"{name}.json").exists()]
     if missing:
         fail(f"no place in {path.name} for, or no measuring of {', '.join(missing)}: run ./run bench first")
     text = re.sub(r"(```text (\w+)\n).*?```", lambda match: match[1] + (results / f"{match[2]}.txt").read_text() + "```",
