@@ -29,7 +29,7 @@ struct SymbolicLinkHeader {
 };
 static_assert(sizeof(ReparseHeader) == 8 && sizeof(SymbolicLinkHeader) == 20);
 
-constexpr std::size_t maximumReparseSize = 16u * 1024u;
+constexpr std::size_t maximumReparseSize = std::size_t{16} << 10;
 
 UniqueFileHandle OpenLink(const wchar_t* path, DWORD access) noexcept {
     return UniqueFileHandle(::CreateFileW(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
