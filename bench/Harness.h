@@ -62,9 +62,8 @@ public:
         return *this;
     }
     /// Turns of each variant, 11 unless set.
-    /// @param isWarm one more turn comes before them and is not counted; too long for works on thousands of files,
-    /// whose
-    ///               directories have just been written
+    /// @param isWarm one more turn comes before them and is not counted; works on thousands of files go without it,
+    ///               for it would take too long
     Case& Rounds(int rounds, bool isWarm = true) {
         m_rounds = rounds;
         m_isWarm = isWarm;

@@ -51,7 +51,8 @@ def translate(entry, includes):
             skip = False
         elif argument in ("-MF", "-MT", "-o", "-include"):  # the last one names what is precompiled
             skip = True
-        elif argument in ("-MD", "-Winvalid-pch", "-femit-class-debug-always") or argument.startswith(("-Wa,", "-fsanitize", "-Werror", "-Wno-error")):
+        elif argument in ("-MD", "-Winvalid-pch", "-femit-class-debug-always") or \
+                argument.startswith(("-Wa,", "-fsanitize", "-Werror", "-Wno-error")):
             pass
         else:
             kept.append(argument)

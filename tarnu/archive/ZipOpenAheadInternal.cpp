@@ -4,7 +4,6 @@
 #include "tarnu/support/SrwLock.h"
 #include "tarnu/support/ThreadEnd.h"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -56,17 +55,14 @@ OpenAhead::~OpenAhead() {
 
 const UniqueFileHandle& OpenAhead::Next() noexcept {
     const SrwExclusiveLock lock(m_lock);
-    if (m_isAsked) {
-        ++m_done;
-        ::WakeConditionVariable(&m_freed);
-    }
-    m_isAsked = true;
-    if (m_begun == m_done) {
+    const std::size_t index = m_asked++;
+    ::WakeConditionVariable(&m_freed);
+    if (m_begun == index) {
         ++m_begun;
         if (m_position != nullptr) m_files.GetNext(m_position);
         return m_none;
     }
-    const Slot& slot = m_slots[m_done % distance];
+    const Slot& slot = m_slots[index % distance];
     while (!slot.isReady)
         ::SleepConditionVariableSRW(&m_opened, &m_lock, INFINITE, /*Flags=*/0);
     return slot.file;
@@ -80,12 +76,12 @@ DWORD WINAPI OpenAhead::ThreadProcedure(void* openAhead) noexcept {
 void OpenAhead::Work() noexcept {
     ::AcquireSRWLockExclusive(&m_lock);
     for (;;) {
-        while (m_position != nullptr && m_begun == m_done + distance)
+        while (m_position != nullptr && m_begun + 1 == m_asked + distance)
             ::SleepConditionVariableSRW(&m_freed, &m_lock, INFINITE, /*Flags=*/0);
         if (m_position == nullptr) break;
         Slot& slot = m_slots[m_begun++ % distance];
         const CString& path = m_files.GetNext(m_position);
-        UniqueFileHandle file = std::exchange(slot.file, UniqueFileHandle());
+        UniqueFileHandle file = std::move(slot.file);
         slot.isReady = false;
         ::ReleaseSRWLockExclusive(&m_lock);
         file.Reset();

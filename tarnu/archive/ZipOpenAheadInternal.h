@@ -51,11 +51,9 @@ private:
     CONDITION_VARIABLE m_opened = CONDITION_VARIABLE_INIT;
     CONDITION_VARIABLE m_freed = CONDITION_VARIABLE_INIT;
     const CStringList& m_files;
-    // Files are counted from 0. Those below m_begun are someone's, those below m_done have been read.
-    POSITION m_position;
-    std::size_t m_begun = 0;
-    std::size_t m_done = 0;
-    bool m_isAsked = false; ///< Next has been called: file m_done is being read
+    POSITION m_position;     ///< of the first file that is nobody's
+    std::size_t m_begun = 0; ///< files before it
+    std::size_t m_asked = 0; ///< files that Next was asked for; the last one of them is being read
     std::array<Slot, distance> m_slots;
     std::array<UniqueHandle, threadCount> m_threads;
     const UniqueFileHandle m_none;

@@ -43,11 +43,9 @@ inline constexpr std::wstring_view extendedSharePrefix = L"\\\\?\\UNC\\";
 /// The form of an absolute path that is not limited to 260 characters: "\\?\C:\x", "\\?\UNC\server\share".
 inline std::wstring ExtendedPath(const std::wstring& fullPath) {
     if (IsExtendedPath(fullPath.c_str())) return fullPath;
-    const std::wstring_view full(fullPath);
-    std::wstring extended;
-    extended = full.starts_with(L"\\\\") ? extendedSharePrefix : extendedPrefix;
-    extended += full.starts_with(L"\\\\") ? full.substr(2) : full;
-    return extended;
+    const bool isShare = fullPath.starts_with(L"\\\\");
+    std::wstring extended(isShare ? extendedSharePrefix : extendedPrefix);
+    return extended.append(fullPath, isShare ? 2 : 0);
 }
 
 /// True for the root of a drive, volume or share in extended form, without a separator behind it.

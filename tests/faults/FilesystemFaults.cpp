@@ -146,35 +146,43 @@ TEST(FileEventFaults, NothingIsLostWhenQueueAndMemoryAreFullAtOnce) {
 
 /// The services of the process are created once: each fault in that has a process of its own, which runs the disabled
 /// test below.
-constexpr wchar_t faultVariable[] = L"TARNU_FAULT";
+constexpr char faultVariable[] = "TARNU_FAULT";
+
+void ExpectSuccessOf(const std::wstring& test, const char* fault) {
+    ::SetEnvironmentVariableA(faultVariable, fault);
+    Program child(L"test_faults.exe",
+                  L"--gtest_also_run_disabled_tests --gtest_brief=1 --gtest_filter=ProcessFaults." + test);
+    EXPECT_EQ(child.Wait(), 0u) << fault << "\n" << child.Output() << child.Errors();
+    ::SetEnvironmentVariableA(faultVariable, nullptr);
+}
+
+std::string FaultOfThisProcess() {
+    char text[64] = {};
+    ::GetEnvironmentVariableA(faultVariable, text, sizeof text);
+    return text;
+}
 
 TEST(ProcessFaults, FirstUseOfTheFileEventServer) {
     for (const char* fault : {"none", "RegisterClassExW", "CreateWindowExW", "SetWindowLongPtrW", "CreateEventW",
                               "_beginthreadex", "ResumeThread", "WaitForSingleObjectEx", "SetEvent", "memory 1",
                               "memory 2", "memory 8", "memory 17", "memory 18", "memory 19", "memory 20"}) {
-        ::SetEnvironmentVariableW(faultVariable, CString(fault));
-        Program child(L"test_faults.exe", L"--gtest_also_run_disabled_tests --gtest_brief=1 "
-                                          L"--gtest_filter=ProcessFaults.DISABLED_FirstUseOfTheFileEventServer");
-        EXPECT_EQ(child.Wait(), 0u) << fault << "\n" << child.Output() << child.Errors();
+        ExpectSuccessOf(L"DISABLED_FirstUseOfTheFileEventServer", fault);
     }
-    ::SetEnvironmentVariableW(faultVariable, nullptr);
 }
 
 TEST(ProcessFaults, DISABLED_FirstUseOfTheFileEventServer) {
-    wchar_t text[64] = {};
-    ::GetEnvironmentVariableW(faultVariable, text, 64);
-    const std::wstring fault(text);
-    Plan plan{nullptr, fault.starts_with(L"memory"), 1, 1, /*poisons=*/true};
-    if (plan.allocations) plan.first = plan.last = static_cast<unsigned>(std::wcstoul(text + 6, nullptr, 10));
-    plan.call = FindCall(std::string(fault.begin(), fault.end()));
-    ASSERT_TRUE(plan.call != nullptr || plan.allocations || fault == L"none");
+    const std::string fault = FaultOfThisProcess();
+    Plan plan{nullptr, fault.starts_with("memory"), 1, 1, /*poisons=*/true};
+    if (plan.allocations) plan.first = plan.last = static_cast<unsigned>(std::strtoul(fault.c_str() + 6, nullptr, 10));
+    plan.call = FindCall(fault);
+    ASSERT_TRUE(plan.call != nullptr || plan.allocations || fault == "none");
 
     const FaultSeam seam;
     FaultSeam::Prepare(plan);
     FaultSeam::Arm();
     OrvaFileEventServer* const server = OrvaGetFileEventServer();
     FaultSeam::Disarm();
-    EXPECT_EQ(FaultSeam::HasFailed(), fault != L"none" && !(plan.allocations && FaultSeam::Allocations() < plan.first));
+    EXPECT_EQ(FaultSeam::HasFailed(), fault != "none" && !(plan.allocations && FaultSeam::Allocations() < plan.first));
 
     // The next use gets what the first one could not.
     const TempFolder folder;
@@ -184,22 +192,15 @@ TEST(ProcessFaults, DISABLED_FirstUseOfTheFileEventServer) {
 }
 
 TEST(ProcessFaults, FirstUseOfTheMessageServer) {
-    for (const wchar_t* fault : {L"RegisterClassExW", L"CreateWindowExW"}) {
-        ::SetEnvironmentVariableW(faultVariable, fault);
-        Program child(L"test_faults.exe", L"--gtest_also_run_disabled_tests --gtest_brief=1 "
-                                          L"--gtest_filter=ProcessFaults.DISABLED_FirstUseOfTheMessageServer");
-        EXPECT_EQ(child.Wait(), 0u) << fault << "\n" << child.Output() << child.Errors();
-    }
-    ::SetEnvironmentVariableW(faultVariable, nullptr);
+    for (const char* fault : {"RegisterClassExW", "CreateWindowExW"})
+        ExpectSuccessOf(L"DISABLED_FirstUseOfTheMessageServer", fault);
 }
 
 TEST(ProcessFaults, DISABLED_FirstUseOfTheMessageServer) {
-    wchar_t text[64] = {};
-    ::GetEnvironmentVariableW(faultVariable, text, 64);
-    const std::wstring fault(text);
+    const std::string fault = FaultOfThisProcess();
     const FaultSeam seam;
     // The first use tries twice.
-    Plan plan{FindCall(std::string(fault.begin(), fault.end())), false, 1, 2, /*poisons=*/true};
+    Plan plan{FindCall(fault), false, 1, 2, /*poisons=*/true};
     ASSERT_NE(plan.call, nullptr);
     FaultSeam::Prepare(plan);
     FaultSeam::Arm();
@@ -210,7 +211,7 @@ TEST(ProcessFaults, DISABLED_FirstUseOfTheMessageServer) {
     std::thread([server] { EXPECT_EQ(OrvaGetWndMsgServer(), server); }).join();
     EXPECT_FALSE(server->PostMessage(WM_APP, 0, 0)) << "there is no window";
     EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_INVALID_WINDOW_HANDLE));
-    if (fault == L"RegisterClassExW") return; // the process ends without class and window
+    if (fault == "RegisterClassExW") return; // the process ends without class and window
     EXPECT_EQ(OrvaGetWndMsgServer(), server);
     EXPECT_TRUE(server->PostMessage(WM_APP, 0, 0));
 }
