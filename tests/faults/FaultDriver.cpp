@@ -1,6 +1,7 @@
 #include "faults/FaultDriver.h"
 
 #include "support/CrashName.h"
+#include "support/Text.h"
 #include "tarnu/support/Owners.h"
 
 #include <algorithm>
@@ -141,10 +142,6 @@ std::set<std::wstring> SystemTemporaries() {
         if (!std::wstring(data.cFileName).starts_with(L"tarnu")) names.insert(data.cFileName);
     } while (::FindNextFileW(find.Get(), &data));
     return names;
-}
-
-std::string Narrow(const std::wstring& text) {
-    return std::string(text.begin(), text.end()); // names in tests are ASCII
 }
 
 /// Prints the figures of the run, and requires of a whole run that every import it covers was made to fail.

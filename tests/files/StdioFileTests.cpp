@@ -1,4 +1,5 @@
 #include "support/TempFolder.h"
+#include "support/Text.h"
 #include "tarnu/files/OrvaStdioFile.h"
 #include "tarnu/support/Owners.h"
 
@@ -10,15 +11,12 @@
 namespace {
 
 using tarnu::test::Exists;
+using tarnu::test::Narrow;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
 
 OrvaPath PathOf(const std::wstring& text) {
     return OrvaPath(text);
-}
-
-std::string Narrow(const std::wstring& text) {
-    return std::string(text.begin(), text.end()); // test paths are ASCII
 }
 
 /// Names of the entries of a folder that match a pattern.

@@ -8,6 +8,7 @@
 #include "support/HandleCount.h"
 #include "support/ImportPatch.h"
 #include "support/TempFolder.h"
+#include "support/Text.h"
 #include "tarnu/archive/OrvaZip.h"
 #include "tarnu/archive/OrvaZipReader.h"
 #include "tarnu/support/Owners.h"
@@ -27,10 +28,6 @@ constexpr std::uint64_t extractionInterval = 250;
 /// Deflate can't do better: that much data at most stands in an archive of that size.
 std::size_t MostData(std::size_t archiveSize) {
     return (archiveSize + 1) * 1032;
-}
-
-std::string Narrow(const std::wstring& text) {
-    return {text.begin(), text.end()}; // the temporary folder's name is ASCII
 }
 
 /// What the archives came to, for the summary and against a run that tests nothing.

@@ -1,6 +1,7 @@
 #include "orva/Dialogs.h"
 #include "support/Program.h"
 #include "support/TempFolder.h"
+#include "support/Text.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -8,16 +9,9 @@
 namespace {
 
 using tarnu::test::Answer;
+using tarnu::test::Narrow;
 using tarnu::test::OrvaProcess;
 using tarnu::test::TempFolder;
-
-/// Narrow form of an ASCII text.
-std::string Narrow(const std::wstring& text) {
-    std::string narrow;
-    for (const wchar_t character : text)
-        narrow += static_cast<char>(character);
-    return narrow;
-}
 
 } // namespace
 

@@ -1,6 +1,7 @@
 // Command lines of every kind: what is wrong is said first and in one style, and no argument is taken for another.
 #include "support/Program.h"
 #include "support/TempFolder.h"
+#include "support/Text.h"
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -11,18 +12,11 @@ namespace {
 
 using tarnu::support::UniqueFileHandle;
 using tarnu::test::Exists;
+using tarnu::test::Narrow;
 using tarnu::test::OrvaProcess;
+using tarnu::test::Quoted;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
-
-std::string Narrow(const std::wstring& text) {
-    return std::string(text.begin(), text.end());
-}
-
-/// A path in quotes.
-std::wstring Quoted(const std::wstring& text) {
-    return L'"' + text + L'"';
-}
 
 } // namespace
 

@@ -1,6 +1,7 @@
 // What Ctrl+C does to commands that run for long.
 #include "support/Program.h"
 #include "support/TempFolder.h"
+#include "support/Text.h"
 #include "support/Wait.h"
 
 #include <gtest/gtest.h>
@@ -11,14 +12,10 @@ namespace {
 using tarnu::support::UniqueFileHandle;
 using tarnu::test::Exists;
 using tarnu::test::OrvaProcess;
+using tarnu::test::Quoted;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
 using tarnu::test::WaitUntil;
-
-/// A path in quotes.
-std::wstring Quoted(const std::wstring& text) {
-    return L'"' + text + L'"';
-}
 
 /// Has a console of its own, which it shares with the programs that it starts and with nobody else.
 class Interrupt : public testing::Test {

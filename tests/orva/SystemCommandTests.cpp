@@ -2,6 +2,7 @@
 #include "orva/Dialogs.h"
 #include "support/Program.h"
 #include "support/TempFolder.h"
+#include "support/Text.h"
 
 #include <gtest/gtest.h>
 #include <regex>
@@ -12,6 +13,7 @@ namespace {
 using tarnu::test::Answer;
 using tarnu::test::DialogOf;
 using tarnu::test::OrvaProcess;
+using tarnu::test::Quoted;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
 using tarnu::test::WaitUntil;
@@ -42,8 +44,8 @@ private:
 
 TEST(TimeCommand, RunsAProgramWithItsArgumentsAndReports) {
     const TempFolder temp;
-    const std::wstring path = L'"' + tarnu::test::PathBesideTest(L"orva.exe") + L'"';
-    const std::wstring report = L'"' + temp / L"times.txt" + L'"';
+    const std::wstring path = Quoted(tarnu::test::PathBesideTest(L"orva.exe"));
+    const std::wstring report = Quoted(temp / L"times.txt");
 
     // Blanks, quotes and backslashes reach the program as they are.
     OrvaProcess first(L"time -r " + report + L" -- " + path + LR"( path join -s "a b\\" "" e\f)");

@@ -1,6 +1,7 @@
 // orva tour, zip and unzip.
 #include "support/Program.h"
 #include "support/TempFolder.h"
+#include "support/Text.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -10,16 +11,12 @@ namespace {
 
 using tarnu::test::Exists;
 using tarnu::test::OrvaProcess;
+using tarnu::test::Quoted;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
 
 bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
-}
-
-/// A path in quotes.
-std::wstring Quoted(const std::wstring& text) {
-    return L'"' + text + L'"';
 }
 
 } // namespace

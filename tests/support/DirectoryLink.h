@@ -61,7 +61,7 @@ private:
         const std::wstring path = std::wstring(L"\\\\?\\unix\\bin\\") + program;
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
-        StartProgram(path, L'"' + path + L"\" " + arguments, startup, /*inheritHandles=*/false, nullptr);
+        StartProgram(path, arguments, startup, /*inheritHandles=*/false, nullptr);
     }
 
     std::wstring m_path;

@@ -1,5 +1,7 @@
 #include "support/Program.h"
 
+#include "support/Text.h"
+
 #include <gtest/gtest.h>
 
 namespace tarnu::test {
@@ -11,8 +13,9 @@ std::wstring PathBesideTest(const std::wstring& name) {
     return program.substr(0, program.rfind(L'\\') + 1) + name;
 }
 
-support::UniqueHandle StartProgram(const std::wstring& path, std::wstring command, STARTUPINFOW& startup,
+support::UniqueHandle StartProgram(const std::wstring& path, const std::wstring& arguments, STARTUPINFOW& startup,
                                    bool inheritHandles, const wchar_t* folder) {
+    std::wstring command = Quoted(path) + L" " + arguments;
     for (int attempt = 0; attempt < 5; ++attempt) {
         PROCESS_INFORMATION process{};
         if (::CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, inheritHandles, 0, nullptr, folder,
@@ -41,8 +44,8 @@ Program::Program(const std::wstring& name, const std::wstring& arguments, const 
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = output.Get();
     startup.hStdError = errors.Get();
-    m_process = StartProgram(program, L'"' + program + L"\" " + arguments, startup, /*inheritHandles=*/true,
-                             folder.empty() ? nullptr : folder.c_str());
+    m_process =
+        StartProgram(program, arguments, startup, /*inheritHandles=*/true, folder.empty() ? nullptr : folder.c_str());
     EXPECT_TRUE(m_process) << ::GetLastError();
     m_id = ::GetProcessId(m_process.Get());
 }

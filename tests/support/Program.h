@@ -16,10 +16,11 @@ std::wstring PathBesideTest(const std::wstring& name);
 
 /// Starts a program as CreateProcessW does; again where Wine refuses with an internal error, as it now and then does
 /// while other programs start, too.
+/// @param arguments      quoted as they would be typed
 /// @param inheritHandles the program takes over what can be inherited
 /// @param folder         its current directory; that of this process when null
 /// @return its process, or null with the last error set
-support::UniqueHandle StartProgram(const std::wstring& path, std::wstring command, STARTUPINFOW& startup,
+support::UniqueHandle StartProgram(const std::wstring& path, const std::wstring& arguments, STARTUPINFOW& startup,
                                    bool inheritHandles, const wchar_t* folder);
 
 /// One run of a program. A run that is still going when the object goes is ended.
