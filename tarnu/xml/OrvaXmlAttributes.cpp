@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cwchar>
+#include <iterator>
 
 namespace {
 
@@ -66,8 +67,42 @@ private:
     bool m_changed = false;
 };
 
-/// Keeps the conversions of this process apart: a second one would take the first one's separators for the user's.
+/// Keeps the conversions of this process that change separators apart: a second one would take the first one's for the
+/// user's.
 SRWLOCK separatorLock = SRWLOCK_INIT;
+
+/// Odd while a conversion has that lock.
+std::atomic<unsigned> separatorTurns = 0;
+
+bool IsUserSeparator(LCTYPE kind, wchar_t wanted) noexcept {
+    wchar_t separator[4] = {};
+    return ::GetLocaleInfoW(LOCALE_USER_DEFAULT, kind, separator, static_cast<int>(std::size(separator))) == 2 &&
+           separator[0] == wanted;
+}
+
+/// The user's separators are "." and ",": they are not those of a conversion, which would take them back.
+bool HasXmlSeparators() noexcept {
+    const unsigned turn = separatorTurns.load();
+    return turn % 2 == 0 && IsUserSeparator(LOCALE_SDECIMAL, L'.') && IsUserSeparator(LOCALE_STHOUSAND, L',') &&
+           separatorTurns.load() == turn;
+}
+
+/// Changes a value in place to a double, with the separators of XML.
+bool ChangeToDouble(Variant& value) noexcept {
+    // One expects a conversion that takes its separators as arguments; the user's own settings are changed for its
+    // duration, because VariantChangeType has no other source, and hosts rely on its rules (blanks, currency signs).
+    if (HasXmlSeparators()) return Change(value, VT_R8);
+    const SrwExclusiveLock lock(separatorLock);
+    ++separatorTurns;
+    bool isChanged = false;
+    {
+        const ScopedSeparator decimal(LOCALE_SDECIMAL, L".");
+        const ScopedSeparator thousands(LOCALE_STHOUSAND, L",");
+        isChanged = Change(value, VT_R8);
+    }
+    ++separatorTurns;
+    return isChanged;
+}
 
 } // namespace
 
@@ -177,13 +212,7 @@ std::uint32_t OrvaXml::GetUInt32(IXMLDOMElement* element, const CString& name) n
 
 double OrvaXml::GetDouble(IXMLDOMElement* element, const CString& name) noexcept {
     Variant value;
-    if (!Read(element, name, value)) return 0.0;
-    // One expects a conversion that takes its separators as arguments; the user's own settings are changed for its
-    // duration, because VariantChangeType has no other source, and hosts rely on its rules (blanks, currency signs).
-    const SrwExclusiveLock lock(separatorLock);
-    const ScopedSeparator decimal(LOCALE_SDECIMAL, L".");
-    const ScopedSeparator thousands(LOCALE_STHOUSAND, L",");
-    return Change(value, VT_R8) ? value->dblVal : 0.0;
+    return Read(element, name, value) && ChangeToDouble(value) ? value->dblVal : 0.0;
 }
 
 // Setters

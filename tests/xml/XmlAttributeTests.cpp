@@ -4,6 +4,7 @@
 #include "tarnu/xml/OrvaXml.h"
 #include "tarnu/xml/XmlNumbers.h"
 
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -11,7 +12,9 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -273,6 +276,27 @@ TEST_F(XmlAttributes, DoublesUnderOtherSeparators) {
         EXPECT_EQ(1.5, value);
         unchanged();
     }
+}
+
+// Each conversion borrows the user's separators for its time: none may take those of another one for the user's.
+TEST_F(XmlAttributes, DoublesOnManyThreadsUnderOtherSeparators) {
+    const Separators separators(L",", L".");
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([&wrong] {
+            const ComScope com;
+            const ComPtr<IXMLDOMDocument> document = RealDocument(L"<r d='1,234.5'/>");
+            const ComPtr<IXMLDOMElement> element = RootOf(document.Get());
+            for (int round = 0; round < 2000; ++round)
+                if (OrvaXml::GetDouble(element.Get(), L"d") != 1234.5) ++wrong;
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(0, wrong);
+    EXPECT_EQ(L",", Separator(LOCALE_SDECIMAL));
+    EXPECT_EQ(L".", Separator(LOCALE_STHOUSAND));
 }
 
 TEST_F(XmlAttributes, XmlDoublesAreExact) {
