@@ -77,10 +77,12 @@ BOOL OrvaPointMarker::IsMarked(UINT number) const noexcept {
 }
 
 void OrvaPointMarker::SetBit(std::uint64_t index) noexcept {
+    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): Reach has made room
     m_bits[index / 8] = static_cast<std::uint8_t>(m_bits[index / 8] | BitOf(index));
 }
 
 void OrvaPointMarker::ClearBit(std::uint64_t index) noexcept {
+    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): Reach has made room
     m_bits[index / 8] = static_cast<std::uint8_t>(m_bits[index / 8] & ~BitOf(index));
 }
 

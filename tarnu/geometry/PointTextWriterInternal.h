@@ -45,10 +45,10 @@ inline wchar_t* WritePointNumber(wchar_t* out, std::uint32_t number) noexcept {
     wchar_t* begin = end;
     for (; number >= 100; number /= 100) {
         begin -= 2;
-        std::copy_n(&digitPairs[2 * (number % 100)], 2, begin);
+        std::copy_n(&digitPairs[std::size_t{2} * (number % 100)], 2, begin);
     }
     if (number >= 10) {
-        std::copy_n(&digitPairs[2 * number], 2, out);
+        std::copy_n(&digitPairs[std::size_t{2} * number], 2, out);
     } else {
         *out = static_cast<wchar_t>(L'0' + number);
     }

@@ -16,7 +16,7 @@
 class TARNU_API OrvaHeapGrowthProbe {
 public:
     OrvaHeapGrowthProbe() noexcept;
-    ~OrvaHeapGrowthProbe();
+    ~OrvaHeapGrowthProbe(); // NOLINT(performance-trivially-destructible): exported, as it has always been
     /// Copies the latest result.
     OrvaHeapGrowthProbe(const OrvaHeapGrowthProbe&) noexcept = default;
     /// Copies the latest result.

@@ -4,7 +4,6 @@
 #include <new>
 
 using tarnu::support::AddressOf;
-using tarnu::support::pageHeaderSize;
 
 namespace {
 
@@ -109,7 +108,7 @@ void* tarnu::support::TakePage() noexcept {
 }
 
 void tarnu::support::RetirePage(FreeBlock*& head, PageHeader* page) noexcept {
-    std::byte* block = reinterpret_cast<std::byte*>(page) + pageHeaderSize;
+    std::byte* block = reinterpret_cast<std::byte*>(page) + tarnu::support::pageHeaderSize;
     const std::uint64_t size = page->blockSize;
     for (std::uint64_t count = page->blockCount; count > 0; --count, block += size) {
         FreeBlock* const free = reinterpret_cast<FreeBlock*>(block);

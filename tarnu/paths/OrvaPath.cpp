@@ -166,9 +166,7 @@ bool CombineTexts(const wchar_t* left, const wchar_t* right, CString& result) {
     // PathCombineW itself is not called: where ".." takes all of a relative text away ("a" and ".."), PathCanonicalizeW
     // may read on behind the end of its text. That is a buffer of PathCombineW's own there, with anything in it.
     wchar_t joined[2 * kSystemBuffer] = {};
-    const auto append = [&joined](const wchar_t* text) {
-        std::wmemcpy(joined + std::wcslen(joined), text, std::wcslen(text)); // fits: two texts that fit
-    };
+    const auto append = [&joined](const wchar_t* text) { std::wcscat(joined, text); }; // fits: two texts that fit
     const bool isTailRelative = ::PathIsRelativeW(tail) != FALSE;
     const bool isTailAlone = !isTailRelative && (tail[0] != L'\\' || ::PathIsUNCW(tail));
     if (tail.IsEmpty()) {

@@ -43,7 +43,7 @@ CString OrvaPopSpaceToken(CString& list) {
 }
 
 bool OrvaSplitCommaList(const CString& list, CStringList& out) {
-    const CString keeper(list); // the list may be an element of out
+    const CString keeper(list); // NOLINT(performance-unnecessary-copy-initialization): the list may be in out
     std::wstring_view rest = ViewOf(keeper);
     while (!rest.empty()) {
         const std::wstring_view token = rest.substr(0, rest.find(L','));

@@ -99,7 +99,8 @@ public:
         UniqueBstr name;
         node->get_nodeName(name.Put());
         const std::wstring_view text(name.Get(), ::SysStringLen(name.Get()));
-        const std::size_t place = text.empty() ? 0 : text.size() + 5u * text.front() + 11u * text.back();
+        const std::size_t place =
+            text.empty() ? 0 : text.size() + std::size_t{5} * text.front() + std::size_t{11} * text.back();
         CString& known = m_names[place % m_names.size()];
         if (std::wstring_view(known.GetString(), static_cast<std::size_t>(known.GetLength())) != text) {
             known = TextOf(name);
