@@ -59,7 +59,7 @@ const UniqueFileHandle& OpenAhead::Next() noexcept {
     ::WakeConditionVariable(&m_freed);
     if (m_begun == index) {
         ++m_begun;
-        if (m_position != nullptr) m_files.GetNext(m_position);
+        m_files.GetNext(m_position);
         return m_none;
     }
     const Slot& slot = m_slots[index % distance];

@@ -31,7 +31,7 @@ public:
     OpenAhead(const OpenAhead&) = delete;
     OpenAhead& operator=(const OpenAhead&) = delete;
 
-    /// Goes on to the next file of the list; the one before is closed.
+    /// Goes on to the next file of the list, which has one; the one before is closed.
     /// @return the open file, valid until the next call; an empty owner when the caller has to open it
     const UniqueFileHandle& Next() noexcept;
 

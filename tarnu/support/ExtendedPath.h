@@ -48,13 +48,14 @@ inline std::wstring ExtendedPath(const std::wstring& fullPath) {
     return extended.append(fullPath, isShare ? 2 : 0);
 }
 
-/// True for the root of a drive, volume or share in extended form, without a separator behind it.
+/// True for the root of a drive, volume or share, without a separator behind it.
+/// @param path in extended form
 inline bool IsExtendedRoot(std::wstring_view path) noexcept {
     if (path.starts_with(extendedSharePrefix)) {
         const std::size_t share = path.find(L'\\', extendedSharePrefix.size());
         return share != std::wstring_view::npos && path.find(L'\\', share + 1) == std::wstring_view::npos;
     }
-    return path.starts_with(extendedPrefix) && path.find(L'\\', extendedPrefix.size()) == std::wstring_view::npos;
+    return path.find(L'\\', extendedPrefix.size()) == std::wstring_view::npos;
 }
 
 inline bool IsSeparator(wchar_t character) noexcept {

@@ -213,6 +213,19 @@ TEST(ZipFiles, PacksALongListWithAndWithoutACallbackAlike) {
     }
 }
 
+// The files of a long list are opened with the rights that the caller has, whoever that is at the moment.
+TEST(ZipFiles, PacksALongListForAThreadThatActsForSomebody) {
+    const TempFolder folder;
+    CStringList files;
+    for (int number = 0; number < 40; ++number)
+        Fill(files, {folder.MakeFile(std::to_wstring(number), "x")});
+    ASSERT_TRUE(::ImpersonateSelf(SecurityImpersonation));
+    const int count = OrvaZipFiles((folder / L"x.zip").c_str(), files, 0, L"");
+    ASSERT_TRUE(::RevertToSelf());
+    EXPECT_EQ(40, count);
+    EXPECT_EQ(40u, NamesIn(folder / L"x.zip").size());
+}
+
 TEST(ZipFiles, CallbackMayMakeTheFilesToCome) {
     const TempFolder folder;
     CStringList files;

@@ -191,12 +191,15 @@ TEST(ZipWriter, StoresNamesInTheFormatsNotation) {
     EXPECT_EQ(OrvaZipBadArguments, writer.AddDirectory(longest.c_str())); // no room for the "/"
     EXPECT_EQ(OrvaZipBadArguments, writer.AddDirectory(L"C:\\"));
     EXPECT_EQ(OrvaZipSuccess, writer.AddMemory(longest.c_str(), "1", 1));
+    EXPECT_EQ(OrvaZipSuccess, writer.AddDirectory(L"folder\\"));
     const std::string bytes = MemoryOf(writer);
     OrvaZipReader reader;
     ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
     OrvaZipEntry entry;
     ASSERT_EQ(OrvaZipSuccess, reader.GetEntry(0, entry));
     EXPECT_EQ(longest, entry.name.GetString());
+    ASSERT_EQ(OrvaZipSuccess, reader.GetEntry(1, entry));
+    EXPECT_EQ(entry.name, L"folder/");
 }
 
 TEST(ZipWriter, ChoosesTheMethodByTheLastExtension) {

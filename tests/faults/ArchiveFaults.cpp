@@ -6,7 +6,10 @@
 #include "tarnu/archive/OrvaZipReader.h"
 #include "tarnu/archive/OrvaZipWriter.h"
 
+#include <algorithm>
+#include <functional>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
 
 namespace tarnu::test::faults {
@@ -106,7 +109,7 @@ TEST(ArchiveFaults, WritingMoreThanTheBufferHolds) {
         [](Trial& trial) {
             const std::wstring path = trial / L"target.zip";
             const std::wstring source = trial.MakeFile(L"source", MuchNoise() + Noise());
-            bool isAdded[4] = {};
+            bool isAdded[5] = {};
             OrvaZipResult closed = OrvaZipSuccess;
             trial.Operate([&] {
                 OrvaZipWriter writer;
@@ -115,16 +118,17 @@ TEST(ArchiveFaults, WritingMoreThanTheBufferHolds) {
                 isAdded[1] = writer.AddFile(L"1.gz", source.c_str()) == OrvaZipSuccess;
                 isAdded[2] = writer.AddMemory(L"2.gz", MuchNoise().data(), MuchNoise().size()) == OrvaZipSuccess;
                 isAdded[3] = writer.AddMemory(L"3", MuchNoise().data(), Noise().size() * 3) == OrvaZipSuccess;
+                isAdded[4] = writer.AddFile(L"4.gz", source.c_str()) == OrvaZipSuccess;
                 closed = writer.Close();
             });
-            const bool isWhole = isAdded[0] && isAdded[1] && isAdded[2] && isAdded[3];
+            const bool isWhole = std::ranges::all_of(isAdded, std::identity());
             trial.ExpectSuccessUnlessFault(isWhole && closed == OrvaZipSuccess && Exists(path));
             if (!Exists(path)) return;
             OrvaZipReader reader;
             ASSERT_EQ(reader.Open(path.c_str()), OrvaZipSuccess);
             ULONGLONG size = 0;
             ULONGLONG index = 0;
-            for (unsigned number = 0; number < 4; ++number) {
+            for (unsigned number = 0; number < std::size(isAdded); ++number) {
                 if (!isAdded[number]) continue;
                 OrvaZipEntry entry;
                 EXPECT_EQ(reader.GetEntry(index, entry), OrvaZipSuccess);

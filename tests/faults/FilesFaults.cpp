@@ -226,7 +226,7 @@ TEST(FilesFaults, CopyingATreeCarefully) {
             const std::wstring target = trial / L"copy";
             ::SetFileAttributesW((target + L"\\sub\\b.txt").c_str(), FILE_ATTRIBUTE_READONLY);
             ::RemoveDirectoryW((target + L"\\empty").c_str());
-            ::SetFileAttributesW((source + L"\\empty").c_str(), FILE_ATTRIBUTE_READONLY);
+            ::SetFileAttributesW((source + L"\\empty").c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
             unsigned reported = 0;
             OrvaTreeOptions options;
             options.policy = OrvaTreePolicy::Overwrite;
@@ -243,6 +243,8 @@ TEST(FilesFaults, CopyingATreeCarefully) {
             EXPECT_EQ(flag != 0, reported > 0);
             EXPECT_EQ(counts.failures, reported);
             EXPECT_TRUE(flag != 0 || IsWhole(target));
+            EXPECT_TRUE(flag != 0 ||
+                        (::GetFileAttributesW((target + L"\\empty").c_str()) & FILE_ATTRIBUTE_HIDDEN) != 0);
             const std::string between = ReadFile(target + L"\\sub\\a.txt");
             EXPECT_TRUE(between == "old" || between == "a") << between;
             EXPECT_EQ(copy(), 0);
@@ -328,19 +330,22 @@ TEST(FilesFaults, Times) {
         const SYSTEMTIME untouched{1, 2, 3, 4, 5, 6, 7, 8};
         SYSTEMTIME local = untouched;
         SYSTEMTIME utc = untouched;
+        SYSTEMTIME direct = untouched;
         FILETIME fileTime{1, 2};
         FILETIME back{1, 2};
-        bool results[4] = {};
+        bool results[5] = {};
         trial.Operate([&] {
             results[0] = OrvaTimeToFileTime(1'700'000'000, fileTime);
             results[1] = OrvaFileTimeToUtc(fileTime, utc);
             results[2] = OrvaFileTimeToLocal(fileTime, local);
             results[3] = OrvaLocalToFileTime(local, back);
+            results[4] = OrvaTimeToLocal(1'700'000'000, direct);
         });
         for (const bool result : results)
             trial.ExpectSuccessUnlessFault(result);
         EXPECT_EQ(results[1], utc.wYear == 2023);
         EXPECT_EQ(results[2], local.wYear == 2023);
+        EXPECT_EQ(results[4], direct.wYear == 2023);
         EXPECT_EQ(results[2] && results[3], back.dwHighDateTime == fileTime.dwHighDateTime && results[0]);
     });
 }

@@ -342,8 +342,8 @@ TEST_F(TreeOperations, BadPathsFailAndChangeNothing) {
     EXPECT_EQ(ReadFile(other), "other");
     EXPECT_EQ(Copy(tree, L"Q:\\no\\such\\drive"), 1);
     EXPECT_EQ(failures.size(), 1u);
-    for (const std::wstring& nowhere :
-         {std::wstring(LR"(\\localhost\no$such)"), std::wstring(LR"(\\localhost\no$such\tree)"), std::wstring(L"Q:")}) {
+    for (const std::wstring& nowhere : {std::wstring(LR"(\\localhost)"), std::wstring(LR"(\\localhost\no$such)"),
+                                        std::wstring(LR"(\\localhost\no$such\tree)"), std::wstring(L"Q:")}) {
         EXPECT_EQ(Copy(nowhere + L'\\', folder / L"new"), 1);
         ASSERT_EQ(failures.size(), 1u);
         EXPECT_EQ(failures[0].first, nowhere);

@@ -341,6 +341,9 @@ TEST(CStringBuffer, SetLengthTruncateAndFreeExtra) {
     shared.Preallocate(1); // room enough, but not its own
     EXPECT_NE(exact, shared.GetString());
     EXPECT_EQ(L"ab", Whole(shared));
+    shared.Empty();
+    shared.Preallocate(0);
+    EXPECT_EQ(0, shared.GetAllocLength());
     text.Truncate(0);
     text.FreeExtra();
     EXPECT_EQ(0, text.GetAllocLength());

@@ -45,7 +45,8 @@ TEST(CTimeFields, WhatTheRuntimeCannotRepresentIsZero) {
         int year, month, day, hour, minute, second;
     } cases[] = {{1969, 6, 1, 0, 0, 0},  {1900, 1, 1, 0, 0, 0},  {3001, 6, 1, 0, 0, 0},  {2020, 0, 1, 0, 0, 0},
                  {2020, 13, 1, 0, 0, 0}, {2020, 1, 0, 0, 0, 0},  {2020, 1, 32, 0, 0, 0}, {2020, 1, 1, 24, 0, 0},
-                 {2020, 1, 1, -1, 0, 0}, {2020, 1, 1, 0, 60, 0}, {2020, 1, 1, 0, 0, 60}, {-1, 1, 1, 0, 0, 0}};
+                 {2020, 1, 1, -1, 0, 0}, {2020, 1, 1, 0, 60, 0}, {2020, 1, 1, 0, 0, 60}, {-1, 1, 1, 0, 0, 0},
+                 {2020, 1, 1, 0, -1, 0}, {2020, 1, 1, 0, 0, -1}};
     for (const auto& test : cases) {
         EXPECT_EQ(0, CTime(test.year, test.month, test.day, test.hour, test.minute, test.second).GetTime())
             << test.year << '-' << test.month << '-' << test.day << ' ' << test.hour << ':' << test.minute << ':'
