@@ -124,7 +124,7 @@ DWORD OrvaSynchronizedSelector::Wait(bool waitAll, DWORD milliseconds, bool aler
         if (count == 0) {
             return ::SleepEx(remaining, alertable) == 0 ? WAIT_TIMEOUT : WAIT_IO_COMPLETION;
         }
-        const std::size_t groups = (count - 1) / groupSize + 1;
+        const std::size_t groups = (count + groupSize - 1) / groupSize;
         if (groups == 1) {
             result = WaitForGroup(count, remaining, alertable, handle);
             continue;
@@ -133,7 +133,8 @@ DWORD OrvaSynchronizedSelector::Wait(bool waitAll, DWORD milliseconds, bool aler
         for (std::size_t group = 0; group < groups && result == WAIT_TIMEOUT && m_order.size() == count; ++group)
             result = WaitForGroup(groupSize, /*milliseconds=*/0, /*alertable=*/false, handle);
         if (result == WAIT_TIMEOUT && m_order.size() == count) {
-            const DWORD slice = std::max<DWORD>(1, static_cast<DWORD>(turnMilliseconds / groups));
+            // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): there is at least one
+            const DWORD slice = std::max<DWORD>(1, turnMilliseconds / static_cast<DWORD>(groups));
             result = WaitForGroup(groupSize, std::min(remaining, slice), alertable, handle);
         }
     } while (result == WAIT_TIMEOUT && Remaining(started, milliseconds) != 0);

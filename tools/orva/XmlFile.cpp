@@ -7,7 +7,7 @@ namespace {
 
 /// Takes a BSTR over.
 std::wstring Take(BSTR text) {
-    const std::wstring result(text != nullptr ? text : L"", ::SysStringLen(text));
+    std::wstring result(text != nullptr ? text : L"", ::SysStringLen(text));
     ::SysFreeString(text);
     return result;
 }

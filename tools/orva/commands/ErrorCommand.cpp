@@ -35,6 +35,7 @@ DWORD CodeOf(const std::wstring& text) {
 
 int Explain(const std::vector<std::wstring>& texts) {
     std::vector<DWORD> codes;
+    codes.reserve(texts.size());
     for (const std::wstring& text : texts)
         codes.push_back(CodeOf(text));
     int status = exitSuccess;

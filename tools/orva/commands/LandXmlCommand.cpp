@@ -77,7 +77,7 @@ private:
 /// Appends an element with attributes; empty when the document refuses it.
 OrvaXml::NodePointer AddElement(IXMLDOMDocument* document, IXMLDOMNode* parent, const wchar_t* name,
                                 const std::vector<std::pair<const wchar_t*, std::wstring>>& attributes) {
-    const OrvaXml::NodePointer node = OrvaXml::CreateElement(document, parent, name);
+    OrvaXml::NodePointer node = OrvaXml::CreateElement(document, parent, name);
     OrvaXml::ElementPointer element;
     if (!node || FAILED(node->QueryInterface(IID_IXMLDOMElement, reinterpret_cast<void**>(element.GetAddressOf())))) {
         return {};

@@ -54,8 +54,9 @@ std::vector<std::string> NamesOf(const NamedFlag (&flags)[count]) {
 class TimeLimit : public OrvaSubClassWnd {
 public:
     /// @param seconds from when the box is shown
-    explicit TimeLimit(double seconds) : m_time(static_cast<ULONGLONG>(seconds * 1000)) {
-        m_hook = ::SetWindowsHookExW(WH_CBT, &OnWindow, nullptr, ::GetCurrentThreadId());
+    explicit TimeLimit(double seconds)
+        : m_time(static_cast<ULONGLONG>(seconds * 1000))
+        , m_hook(::SetWindowsHookExW(WH_CBT, &OnWindow, nullptr, ::GetCurrentThreadId())) {
         if (m_hook == nullptr) throw std::runtime_error("the box cannot be given a time");
         current = this;
     }
@@ -108,7 +109,7 @@ private:
     static inline TimeLimit* current = nullptr;
     const ULONGLONG m_time; ///< in milliseconds
     ULONGLONG m_end = 0;
-    HHOOK m_hook = nullptr;
+    HHOOK m_hook;
     HWND m_box = nullptr;
     std::wstring m_title;
     bool m_isOver = false;

@@ -8,8 +8,9 @@
 #include "tarnu/TarnuWin32Utils.h"
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -200,7 +201,7 @@ void TourArchive(Guide& guide, const WorkFolder& work, const std::wstring& folde
     OrvaGetFileAttributeData(archive.c_str(), /*infoLevel=*/0, &data);
     const std::uint64_t packed = (std::uint64_t{data.nFileSizeHigh} << 32) | data.nFileSizeLow;
     const double share = bytes == 0 ? 1 : static_cast<double>(packed) / static_cast<double>(bytes);
-    const auto filled = static_cast<std::size_t>(std::min(share, 1.0) * 40 + 0.5);
+    const auto filled = static_cast<std::size_t>(std::lround(std::min(share, 1.0) * 40));
     Print(L"\n   " + FormatSize(bytes) + L" became " + FormatSize(packed) + L"   " + std::wstring(filled, L'█') +
           std::wstring(40 - filled, L'░') + Format(L" %.0f %%   packed in ", share * 100) + seconds + L"\n");
 }
@@ -209,7 +210,7 @@ void TourArchive(Guide& guide, const WorkFolder& work, const std::wstring& folde
 
 /// Equal to the last bit.
 bool AreSame(double left, double right) {
-    return std::memcmp(&left, &right, sizeof left) == 0;
+    return std::bit_cast<std::uint64_t>(left) == std::bit_cast<std::uint64_t>(right);
 }
 
 bool AreSame(const SurveyPoint& left, const SurveyPoint& right) {
