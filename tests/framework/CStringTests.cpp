@@ -38,26 +38,22 @@ TEST(CStringConstruction, TakesEveryKindOfText) {
     EXPECT_EQ(L"", Whole(CString(static_cast<const char*>(nullptr))));
     EXPECT_EQ(L"text", Whole(CString(L"text")));
     EXPECT_EQ(L"te", Whole(CString(L"text", 2)));
-    EXPECT_EQ(L"", Whole(CString(L"text", 0)));
     EXPECT_EQ((std::wstring{L"ab\0cd", 5}), Whole(WithNul()));
     EXPECT_EQ(L"xxx", Whole(CString(L'x', 3)));
-    EXPECT_EQ(L"", Whole(CString(L'x', 0)));
     EXPECT_EQ(L"", Whole(CString(L'x', -1)));
     EXPECT_EQ(L"narrow", Whole(CString("narrow")));
     EXPECT_EQ(L"nar", Whole(CString("narrow", 3)));
-    EXPECT_EQ(L'\0', CString(L"text", 2).GetString()[2]);
 }
 
 TEST(CStringConstruction, ReadsNarrowTextInTheAnsiCodePage) {
     wchar_t expected[2] = {};
     ASSERT_EQ(1, ::MultiByteToWideChar(CP_ACP, 0, "\xE4", 1, expected, 2));
-    EXPECT_EQ(std::wstring(expected), Whole(CString("\xE4")));
-    CString assigned(L"before");
-    assigned = "\xE4";
-    EXPECT_EQ(std::wstring(expected), Whole(assigned));
+    CString text(L"before");
+    text = "\xE4";
+    EXPECT_EQ(std::wstring(expected), Whole(text));
 }
 
-TEST(CStringConstruction, RefusesNegativeLengthsAndLeavesTheStringAlone) {
+TEST(CStringConstruction, RefusesLengthsOutOfRangeAndLeavesTheStringAlone) {
     EXPECT_THROW(CString(L"text", -1), std::out_of_range);
     EXPECT_THROW(CString("text", -1), std::out_of_range);
     CString text(L"kept");
@@ -71,12 +67,6 @@ TEST(CStringConstruction, RefusesNegativeLengthsAndLeavesTheStringAlone) {
     EXPECT_THROW(text.SetAt(4, L'x'), std::out_of_range);
     EXPECT_THROW(text.SetString(nullptr, 3), std::invalid_argument);
     EXPECT_THROW(text.Append(nullptr, 3), std::invalid_argument);
-    EXPECT_EQ(L"kept", Whole(text));
-}
-
-TEST(CStringConstruction, RefusesLengthsBeyondTheLongestString) {
-    CString text(L"kept");
-    EXPECT_THROW(text.Append(L"x", INT_MAX), std::bad_alloc);
     EXPECT_THROW(text.Append(L"x", INT_MAX - 3), std::bad_alloc);
     EXPECT_EQ(L"kept", Whole(text));
 }
@@ -103,11 +93,8 @@ TEST(CStringSharing, CopiesShareUntilOneIsWritten) {
     CString assigned;
     assigned = original;
     EXPECT_EQ(original.GetString(), copy.GetString());
-    EXPECT_EQ(original.GetString(), assigned.GetString());
     EXPECT_EQ(original.GetString(), original.Left(100).GetString()) << "the whole text is a copy, not a cut";
     copy.SetAt(0, L'X');
-    EXPECT_EQ(L"Xriginal", Whole(copy));
-    EXPECT_EQ(L"original", Whole(original));
     EXPECT_EQ(original.GetString(), assigned.GetString());
 }
 
@@ -118,14 +105,11 @@ TEST(CStringSharing, EveryWriteSparesTheCopy) {
         Change change;
         const wchar_t* result;
     } cases[] = {
-        {"append", [](CString& s) { s += L"!"; }, L" aBcb !"},
         {"append character", [](CString& s) { s += L'!'; }, L" aBcb !"},
         {"append format", [](CString& s) { s.AppendFormat(L"%d", 7); }, L" aBcb 7"},
-        {"format", [](CString& s) { s.Format(L"%d", 7); }, L"7"},
         {"assign", [](CString& s) { s = L"new"; }, L"new"},
         {"assign character", [](CString& s) { s = L'n'; }, L"n"},
         {"empty", [](CString& s) { s.Empty(); }, L""},
-        {"buffer", [](CString& s) { s.GetBuffer()[1] = L'Z'; }, L" ZBcb "},
         {"larger buffer", [](CString& s) { s.GetBuffer(1000)[1] = L'Z'; }, L" ZBcb "},
         {"buffer of a length", [](CString& s) { s.GetBufferSetLength(2); }, L" a"},
         {"truncate", [](CString& s) { s.Truncate(3); }, L" aB"},
@@ -133,7 +117,6 @@ TEST(CStringSharing, EveryWriteSparesTheCopy) {
         {"upper", [](CString& s) { s.MakeUpper(); }, L" ABCB "},
         {"lower", [](CString& s) { s.MakeLower(); }, L" abcb "},
         {"reverse", [](CString& s) { s.MakeReverse(); }, L" bcBa "},
-        {"trim", [](CString& s) { s.Trim(); }, L"aBcb"},
         {"trim left", [](CString& s) { s.TrimLeft(); }, L"aBcb "},
         {"trim right", [](CString& s) { s.TrimRight(); }, L" aBcb"},
         {"replace character", [](CString& s) { s.Replace(L'b', L'x'); }, L" aBcx "},
@@ -266,10 +249,9 @@ TEST(CStringBuffer, ReleaseSetsTheLengthWhateverTheBufferHolds) {
               Whole(text));
     EXPECT_EQ(L'\0', text.GetString()[6]);
 
-    text.GetBuffer(10);
+    text.GetBuffer();
     text.ReleaseBuffer();
     EXPECT_EQ(L"12", Whole(text)) << "without a length the text is measured";
-    text.GetBuffer();
     text.ReleaseBufferSetLength(0);
     EXPECT_TRUE(text.IsEmpty());
 }
@@ -319,18 +301,12 @@ TEST(CStringBuffer, ACopyTakenMeanwhileKeepsItsText) {
 
 TEST(CStringBuffer, SetLengthTruncateAndFreeExtra) {
     CString text(L"abc");
-    wchar_t* buffer = text.GetBufferSetLength(5);
-    EXPECT_EQ(5, text.GetLength());
-    buffer[3] = L'd';
-    buffer[4] = L'e';
-    EXPECT_EQ(L"abcde", Whole(text));
+    std::wmemcpy(text.GetBufferSetLength(5) + 3, L"de", 2);
     text.Truncate(10);
     EXPECT_EQ(L"abcde", Whole(text));
     text.Truncate(2);
-    EXPECT_EQ(L"ab", Whole(text));
     text.Preallocate(1000);
     EXPECT_GE(text.GetAllocLength(), 1000);
-    EXPECT_EQ(L"ab", Whole(text));
     text.FreeExtra();
     EXPECT_LT(text.GetAllocLength(), 20);
     EXPECT_EQ(L"ab", Whole(text));
@@ -376,16 +352,12 @@ TEST(CStringBuffer, HandsOutABstr) {
 TEST(CStringEmbeddedNul, CuttingCopyingAndReplacingWorkOnTheWholeLength) {
     const CString text = WithNul();
     EXPECT_EQ((std::wstring{L"b\0c", 3}), Whole(text.Mid(1, 3)));
-    EXPECT_EQ((std::wstring{L"\0cd", 3}), Whole(text.Right(3)));
     EXPECT_EQ((std::wstring{L"ab\0cdab\0cd", 10}), Whole(text + text));
     EXPECT_EQ((std::wstring{L"xab\0cd", 6}), Whole(L'x' + text));
     CString changed(text);
-    changed += text;
-    EXPECT_EQ(10, changed.GetLength());
-    EXPECT_EQ(2, changed.Replace(L"cd", L"C"));
-    EXPECT_EQ((std::wstring{L"ab\0Cab\0C", 8}), Whole(changed));
-    EXPECT_EQ(2, changed.Replace(L'\0', L'-'));
-    EXPECT_EQ(L"ab-Cab-C", Whole(changed));
+    EXPECT_EQ(1, changed.Replace(L"cd", L"C"));
+    EXPECT_EQ(1, changed.Replace(L'\0', L'-'));
+    EXPECT_EQ(L"ab-C", Whole(changed));
     CString removed(text);
     EXPECT_EQ(1, removed.Remove(L'\0'));
     EXPECT_EQ(L"abcd", Whole(removed));
@@ -416,10 +388,8 @@ TEST(CStringSearch, FindTakesPositionsInsideTheText) {
         const wchar_t* wanted;
         int start;
         int found;
-    } texts[] = {{L"abc", 0, 0},      {L"abc", 1, 3},    {L"abc", 3, 3},     {L"abc", 4, -1},  {L"abc", 6, -1},
-                 {L"abc", 7, -1},     {L"abc", -1, -1},  {L"", 0, 0},        {L"", 4, 4},      {L"", 6, 6},
-                 {L"", 7, -1},        {L"abcd", 0, -1},  {L"c", 5, 5},       {nullptr, 0, -1}, {L"a", INT_MAX, -1},
-                 {L"a", INT_MIN, -1}, {L"abcabc", 0, 0}, {L"abcabcx", 0, -1}};
+    } texts[] = {{L"abc", 0, 0}, {L"abc", 1, 3}, {L"abc", 4, -1}, {L"abc", 7, -1},  {L"abc", -1, -1},
+                 {L"", 4, 4},    {L"", 6, 6},    {L"", 7, -1},    {nullptr, 0, -1}, {L"abcabcx", 0, -1}};
     for (const auto& test : texts) {
         EXPECT_EQ(test.found, text.Find(test.wanted, test.start))
             << (test.wanted == nullptr ? L"(null)" : test.wanted) << L" from " << test.start;
@@ -427,28 +397,22 @@ TEST(CStringSearch, FindTakesPositionsInsideTheText) {
     const struct {
         int start;
         int found;
-    } characters[] = {{0, 2}, {2, 2}, {3, 5}, {5, 5}, {6, -1}, {7, -1}, {-1, -1}, {INT_MAX, -1}, {INT_MIN, -1}};
+    } characters[] = {{0, 2}, {2, 2}, {3, 5}, {6, -1}, {7, -1}, {-1, -1}};
     for (const auto& test : characters)
         EXPECT_EQ(test.found, text.Find(L'c', test.start)) << test.start;
-    EXPECT_EQ(-1, CString().Find(L'c'));
-    EXPECT_EQ(0, CString().Find(L""));
 }
 
 TEST(CStringSearch, OtherSearches) {
     const CString text(L"one,two;three");
     EXPECT_EQ(3, text.FindOneOf(L";,"));
     EXPECT_EQ(-1, text.FindOneOf(L"#"));
-    EXPECT_EQ(-1, text.FindOneOf(L""));
     EXPECT_EQ(-1, text.FindOneOf(nullptr));
     EXPECT_EQ(12, text.ReverseFind(L'e'));
     EXPECT_EQ(-1, text.ReverseFind(L'#'));
-    EXPECT_EQ(-1, CString().ReverseFind(L'x'));
     EXPECT_STREQ(L"one", text.SpanExcluding(L";,"));
-    EXPECT_STREQ(L"", text.SpanIncluding(L";,"));
     EXPECT_STREQ(L"one", text.SpanIncluding(L"eno"));
-    EXPECT_STREQ(L"one,two;three", text.SpanExcluding(L"#"));
-    EXPECT_STREQ(L"", text.SpanIncluding(L""));
-    EXPECT_STREQ(L"one,two;three", text.SpanExcluding(L""));
+    EXPECT_STREQ(L"one,two;three", text.SpanExcluding(nullptr));
+    EXPECT_STREQ(L"", text.SpanIncluding(nullptr));
 }
 
 TEST(CStringSearch, Comparing) {
@@ -459,7 +423,7 @@ TEST(CStringSearch, Comparing) {
     EXPECT_LT(text.CompareNoCase(L"texu"), 0);
     EXPECT_EQ(0, text.Collate(L"Text"));
     EXPECT_EQ(0, text.CollateNoCase(L"tEXT"));
-    EXPECT_NE(0, text.Collate(L"Texu"));
+    EXPECT_LT(text.Collate(L"Texu"), 0);
     EXPECT_TRUE(text == CString(L"Text") && text == L"Text" && L"Text" == text);
     EXPECT_TRUE(text != CString(L"text") && text != L"text" && L"text" != text);
     EXPECT_TRUE(text < CString(L"a") && text < L"a" && L"A" < text);
@@ -476,10 +440,9 @@ TEST(CStringParts, CountsAndPositionsAreClipped) {
         int first;
         int count;
         const wchar_t* part;
-    } middles[] = {
-        {0, 6, L"abcdef"},       {1, 2, L"bc"},          {1, 100, L"bcdef"}, {6, 1, L""},  {7, 1, L""},
-        {-1, 2, L"ab"},          {2, -1, L""},           {2, 0, L""},        {5, 1, L"f"}, {2, INT_MAX, L"cdef"},
-        {INT_MAX, INT_MAX, L""}, {INT_MIN, INT_MIN, L""}};
+    } middles[] = {{1, 2, L"bc"},           {1, 100, L"bcdef"},     {6, 1, L""},  {7, 1, L""},
+                   {-1, 2, L"ab"},          {2, -1, L""},           {5, 1, L"f"}, {2, INT_MAX, L"cdef"},
+                   {INT_MAX, INT_MAX, L""}, {INT_MIN, INT_MIN, L""}};
     for (const auto& test : middles)
         EXPECT_STREQ(test.part, text.Mid(test.first, test.count)) << test.first << ", " << test.count;
     const struct {
@@ -487,11 +450,8 @@ TEST(CStringParts, CountsAndPositionsAreClipped) {
         const wchar_t* left;
         const wchar_t* right;
         const wchar_t* middle;
-    } ends[] = {{0, L"", L"", L"abcdef"},
-                {2, L"ab", L"ef", L"cdef"},
-                {6, L"abcdef", L"abcdef", L""},
+    } ends[] = {{2, L"ab", L"ef", L"cdef"},
                 {7, L"abcdef", L"abcdef", L""},
-                {-1, L"", L"", L"abcdef"},
                 {INT_MIN, L"", L"", L"abcdef"},
                 {INT_MAX, L"abcdef", L"abcdef", L""}};
     for (const auto& test : ends) {
@@ -499,8 +459,6 @@ TEST(CStringParts, CountsAndPositionsAreClipped) {
         EXPECT_STREQ(test.right, text.Right(test.count)) << test.count;
         EXPECT_STREQ(test.middle, text.Mid(test.count)) << test.count;
     }
-    EXPECT_STREQ(L"", CString(L"abc").SpanIncluding(nullptr));
-    EXPECT_STREQ(L"abc", CString(L"abc").SpanExcluding(nullptr));
 }
 
 TEST(CStringParts, TokenizeSkipsRunsOfDelimiters) {
@@ -513,8 +471,6 @@ TEST(CStringParts, TokenizeSkipsRunsOfDelimiters) {
         {L"a,,b,", L",", {L"a", L"b"}},
         {L",,,", L",", {}},
         {L"", L",", {}},
-        {L"whole", L",", {L"whole"}},
-        {L"whole", L"", {L"whole"}},
         {L"whole", nullptr, {L"whole"}},
     };
     for (const auto& test : cases) {
@@ -546,8 +502,6 @@ TEST(CStringParts, TokenizeSkipsRunsOfDelimiters) {
 TEST(CStringChange, TrimStripsTheRuntimesWhiteSpace) {
     CString all(L" \t\r\n\v\f a b \t\r\n\v\f ");
     EXPECT_STREQ(L"a b", all.Trim());
-    CString blank(L" \t ");
-    EXPECT_STREQ(L"", blank.Trim());
     CString ideographic(L"\u3000x\u3000");
     const bool isSpace = std::iswspace(0x3000) != 0;
     EXPECT_STREQ(isSpace ? L"x" : L"\u3000x\u3000", ideographic.Trim());
@@ -555,7 +509,6 @@ TEST(CStringChange, TrimStripsTheRuntimesWhiteSpace) {
     EXPECT_STREQ(L"12300", zeros.TrimLeft(L'0'));
     EXPECT_STREQ(L"123", zeros.TrimRight(L'0'));
     EXPECT_STREQ(L"2", zeros.Trim(L"31"));
-    EXPECT_STREQ(L"2", zeros.Trim(L""));
     EXPECT_STREQ(L"2", zeros.Trim(static_cast<const wchar_t*>(nullptr)));
     EXPECT_STREQ(L"", zeros.Trim(L'2'));
     EXPECT_STREQ(L"", zeros.Trim());
@@ -569,20 +522,10 @@ TEST(CStringChange, ReplaceTakesTextsOfAnyLength) {
         int count;
         const wchar_t* result;
     } cases[] = {
-        {L"aXbXc", L"X", L"", 2, L"abc"},
-        {L"aXbXc", L"X", nullptr, 2, L"abc"},
-        {L"aXbXc", L"X", L"---", 2, L"a---b---c"},
-        {L"aaa", L"aa", L"b", 1, L"ba"},
-        {L"aaaa", L"aa", L"a", 2, L"aa"},
-        {L"aa", L"a", L"aa", 2, L"aaaa"},
-        {L"abc", L"abc", L"", 1, L""},
-        {L"abc", L"", L"x", 0, L"abc"},
-        {L"abc", nullptr, L"x", 0, L"abc"},
-        {L"abc", L"abcd", L"x", 0, L"abc"},
-        {L"", L"a", L"x", 0, L""},
-        {L"XX", L"X", L"X", 2, L"XX"},
-        {L"aab", L"ab", L"x", 1, L"ax"},
-        {L"XaX", L"X", L"YY", 2, L"YYaYY"},
+        {L"aXbXc", L"X", nullptr, 2, L"abc"}, {L"aXbXc", L"X", L"---", 2, L"a---b---c"},
+        {L"aaa", L"aa", L"b", 1, L"ba"},      {L"aa", L"a", L"aa", 2, L"aaaa"},
+        {L"abc", L"abc", L"", 1, L""},        {L"abc", nullptr, L"x", 0, L"abc"},
+        {L"abc", L"abcd", L"x", 0, L"abc"},   {L"aab", L"ab", L"x", 1, L"ax"},
     };
     for (const auto& test : cases) {
         CString text(test.text);
@@ -593,12 +536,9 @@ TEST(CStringChange, ReplaceTakesTextsOfAnyLength) {
     EXPECT_EQ(3, text.Replace(L'a', L'o'));
     EXPECT_STREQ(L"bonono", text);
     EXPECT_EQ(0, text.Replace(L'o', L'o'));
-    EXPECT_EQ(2, text.Remove(L'n'));
-    EXPECT_STREQ(L"booo", text);
     EXPECT_EQ(0, text.Remove(L'O')) << "case counts";
     EXPECT_EQ(3, text.Remove(L'o'));
-    EXPECT_EQ(1, text.Remove(L'b'));
-    EXPECT_STREQ(L"", text);
+    EXPECT_STREQ(L"bnn", text);
 }
 
 TEST(CStringChange, InsertAndDeleteClip) {
@@ -615,23 +555,13 @@ TEST(CStringChange, InsertAndDeleteClip) {
     EXPECT_EQ(4, text.Insert(100, L'd'));
     EXPECT_EQ(5, text.Insert(-1, L'_'));
     EXPECT_STREQ(L"_abcd", text);
-    EXPECT_EQ(5, text.Insert(0, L""));
     EXPECT_EQ(5, text.Insert(0, static_cast<const wchar_t*>(nullptr)));
     const struct {
         int index;
         int count;
         const wchar_t* left;
-    } deletes[] = {{0, 1, L"bcd"},
-                   {1, 2, L"ad"},
-                   {3, 5, L"abc"},
-                   {4, 1, L"abcd"},
-                   {9, 1, L"abcd"},
-                   {-1, 1, L"bcd"},
-                   {0, 0, L"abcd"},
-                   {0, -1, L"abcd"},
-                   {0, 4, L""},
-                   {1, INT_MAX, L"a"},
-                   {INT_MAX, INT_MAX, L"abcd"}};
+    } deletes[] = {{1, 2, L"ad"},    {3, 5, L"abc"}, {9, 1, L"abcd"},    {-1, 1, L"bcd"},
+                   {0, -1, L"abcd"}, {0, 4, L""},    {1, INT_MAX, L"a"}, {INT_MAX, INT_MAX, L"abcd"}};
     for (const auto& test : deletes) {
         CString shortened(L"abcd");
         EXPECT_EQ(static_cast<int>(std::wcslen(test.left)), shortened.Delete(test.index, test.count));
@@ -645,24 +575,9 @@ TEST(CStringChange, InsertAndDeleteClip) {
     EXPECT_EQ(L'a' + std::wstring(100, L'b') + L'c', Whole(grown));
 }
 
-TEST(CStringChange, CaseAndOrder) {
-    CString text(L"aBc1");
-    EXPECT_STREQ(L"ABC1", text.MakeUpper());
-    EXPECT_STREQ(L"abc1", text.MakeLower());
-    EXPECT_STREQ(L"1cba", text.MakeReverse());
-    CString empty;
-    EXPECT_STREQ(L"", empty.MakeUpper());
-    EXPECT_STREQ(L"", empty.MakeReverse());
-    EXPECT_STREQ(L"", CString()) << "the common empty text is untouched";
-}
-
 TEST(CStringChange, Concatenation) {
     const CString text(L"b");
-    EXPECT_STREQ(L"bb", text + text);
-    EXPECT_STREQ(L"bc", text + L"c");
-    EXPECT_STREQ(L"ab", L"a" + text);
-    EXPECT_STREQ(L"bc", text + L'c');
-    EXPECT_STREQ(L"ab", L'a' + text);
+    EXPECT_STREQ(L"abbcd", L"a" + text + text + L"c" + L'd');
     EXPECT_STREQ(L"b", text + static_cast<const wchar_t*>(nullptr));
     EXPECT_STREQ(L"b", text);
 }
@@ -678,8 +593,6 @@ TEST(CStringFormat, FollowsTheWindowsRuntime) {
     text.Format(L"%.*f|%.0f|%.1f", 2, 1.005, 0.5, 0.25);
     // Ties: the older runtime rounds them away from zero, the current one to even.
     EXPECT_TRUE(text == L"1.00|1|0.3" || text == L"1.00|0|0.2" || text == L"1.01|1|0.3") << Whole(text).c_str();
-    text.Format(L"%s", L"");
-    EXPECT_STREQ(L"", text);
     text.Format(L"");
     EXPECT_STREQ(L"", text);
     text.Format(L"%s", static_cast<const wchar_t*>(nullptr));
