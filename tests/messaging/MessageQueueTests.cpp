@@ -108,17 +108,11 @@ TEST(MessageQueue, PeekLeavesAndGetTakes) {
     }
     EXPECT_EQ(25, counter.calls);
     EXPECT_EQ(OrvaServerQueueEmpty, queue.Get(out));
-}
 
-TEST(MessageQueue, PostCloseClosesBehindTheMessages) {
-    Counter counter;
-    OrvaMessageQueue queue(&counter, nullptr);
-    Message message;
-    queue.Post(&message);
+    queue.Post(&messages[0]);
     EXPECT_EQ(OrvaServerSuccess, queue.PostClose());
-    OrvaMessage* out = nullptr;
-    EXPECT_EQ(OrvaServerSuccess, queue.Get(out));
-    EXPECT_EQ(2, counter.calls);
+    EXPECT_EQ(OrvaServerSuccess, queue.Get(out)) << "the end comes behind the message";
+    EXPECT_EQ(27, counter.calls);
     EXPECT_EQ(OrvaServerQueueClosed, queue.Get(out));
 }
 
@@ -188,27 +182,6 @@ TEST(MessageQueue, PostsToAnEndedOwnerFail) {
     for (int round = 0; round < 1000; ++round)
         ASSERT_EQ(1000001u, queue.Post(&message));
     EXPECT_EQ(1000001u, queue.PostClose());
-}
-
-TEST(MessageQueue, ThePosterMayLoseTheRaceAgainstTheOwnersEnd) {
-    for (int round = 0; round < 50; ++round) {
-        auto owner = std::make_unique<IdleThread>();
-        auto queue = std::make_unique<OrvaMessageQueue>(nullptr, owner->Handle());
-        Message message;
-        std::atomic<bool> hasStarted = false;
-        OrvaServerCode last = OrvaServerSuccess;
-        std::thread poster([&] {
-            for (int count = 0; last == OrvaServerSuccess && count < 1000000; ++count) {
-                last = queue->Post(&message);
-                hasStarted = true;
-            }
-        });
-        WaitUntil([&] { return hasStarted.load(); });
-        owner->End();
-        poster.join();
-        EXPECT_EQ(1000001u, last);
-        queue.reset();
-    }
 }
 
 TEST(MessageQueue, CallsOnTheirWayOutliveTheQueue) {

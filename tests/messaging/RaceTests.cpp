@@ -158,8 +158,8 @@ TEST(Races, DestroyingTheQueueWhileItsOwnerRunsCalls) {
 
 class Handler : public OrvaServerEventHandler {
 public:
-    Handler(OrvaServerThread& server, std::atomic<int>& deleted)
-        : m_server(server), m_deleted(deleted), m_event(::CreateEventW(nullptr, TRUE, TRUE, nullptr)) {}
+    Handler(OrvaServerThread& server, std::atomic<int>& ended, std::atomic<int>& deleted)
+        : m_server(server), m_ended(ended), m_deleted(deleted), m_event(::CreateEventW(nullptr, TRUE, TRUE, nullptr)) {}
     ~Handler() override { ++m_deleted; }
 
     HANDLE GetHandle() override { return m_event.Get(); }
@@ -168,11 +168,15 @@ public:
         if (m_signals == 3) m_server.RemoveHandler(this);
         if (m_signals == 4) m_server.Stop();
     }
-    void OnClose() override {}
-    void OnRemoved() override { delete this; }
+    void OnClose() override { ++m_ended; }
+    void OnRemoved() override {
+        ++m_ended;
+        delete this;
+    }
 
 private:
     OrvaServerThread& m_server;
+    std::atomic<int>& m_ended;
     std::atomic<int>& m_deleted;
     UniqueHandle m_event;
     int m_signals = 0;
@@ -181,6 +185,8 @@ private:
 TEST(Races, StartingStoppingAndAddingFromThreeThreads) {
     constexpr int rounds = 1500;
     const unsigned handles = CountHandles();
+    std::atomic<int> refused = 0;
+    std::atomic<int> ended = 0; // closed or removed
     std::atomic<int> deleted = 0;
     {
         OrvaServerThread server;
@@ -189,8 +195,12 @@ TEST(Races, StartingStoppingAndAddingFromThreeThreads) {
             for (int round = 0; round < rounds; ++round) {
                 EXPECT_EQ(OrvaServerSuccess, server.Start());
                 jitter();
-                auto handler = std::make_unique<Handler>(server, deleted);
-                if (server.AddHandler(handler.get()) == OrvaServerSuccess) (void)handler.release();
+                auto handler = std::make_unique<Handler>(server, ended, deleted);
+                if (server.AddHandler(handler.get()) == OrvaServerSuccess) {
+                    (void)handler.release();
+                } else {
+                    ++refused;
+                }
                 jitter();
                 if (jitter.Below(2) == 0) server.Stop();
             }
@@ -201,6 +211,7 @@ TEST(Races, StartingStoppingAndAddingFromThreeThreads) {
         first.join();
         second.join();
     }
+    EXPECT_EQ(3 * rounds - refused, ended);
     EXPECT_EQ(3 * rounds, deleted) << "each handler is deleted once, by the server or by the one who was refused";
     EXPECT_LE(CountHandles(), handles + 4);
 }
