@@ -1,8 +1,7 @@
-#include "support/HandleCount.h"
+#include "files/Entries.h"
 #include "support/ImportPatch.h"
 #include "support/TempFolder.h"
 #include "tarnu/files/OrvaFileOperations.h"
-#include "tarnu/support/Owners.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -11,28 +10,14 @@
 namespace {
 
 using tarnu::support::UniqueFileHandle;
-using tarnu::test::CountHandles;
 using tarnu::test::Exists;
+using tarnu::test::Hold;
+using tarnu::test::Names;
+using tarnu::test::NamesIn;
 using tarnu::test::ReadFile;
 using tarnu::test::TempFolder;
-
-/// Holds a file so that nobody else can open it.
-UniqueFileHandle Hold(const std::wstring& path) {
-    return UniqueFileHandle(
-        ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-}
-
-std::size_t CountEntries(const std::wstring& folder) {
-    std::size_t count = 0;
-    WIN32_FIND_DATAW data;
-    const tarnu::support::UniqueFindHandle find(::FindFirstFileW((folder + L"\\*").c_str(), &data));
-    if (!find) return 0;
-    do {
-        const std::wstring name = data.cFileName;
-        if (name != L"." && name != L"..") ++count;
-    } while (::FindNextFileW(find.Get(), &data));
-    return count;
-}
+using tarnu::test::Tree;
+using tarnu::test::TreeOf;
 
 bool IsDirectory(const std::wstring& path) {
     const DWORD attributes = ::GetFileAttributesW(path.c_str());
@@ -63,20 +48,17 @@ TEST(CreateDirectoryPath, RelativePathsStartWhereTheyShould) {
     const TempFolder folder;
     ASSERT_TRUE(::SetCurrentDirectoryW(folder.Path().c_str()));
     EXPECT_EQ(OrvaCreateDirectoryPath(L"x\\y"), 0);
-    EXPECT_TRUE(IsDirectory(folder / L"x\\y"));
     EXPECT_EQ(OrvaCreateDirectoryPath(L"x\\..\\z"), 0);
-    EXPECT_TRUE(IsDirectory(folder / L"z"));
     // A leading separator is the root of the current drive, not the current directory.
     const std::wstring rooted = folder.Path().substr(2) + L"\\rooted";
     EXPECT_EQ(OrvaCreateDirectoryPath(rooted.c_str()), 0);
-    EXPECT_TRUE(IsDirectory(folder / L"rooted"));
     // A drive without a separator behind it is that drive's current directory, not its root.
     const std::wstring drive = folder.Path().substr(0, 2);
     EXPECT_EQ(OrvaCreateDirectoryPath((drive + L"of the drive\\deeper").c_str()), 0);
-    EXPECT_TRUE(IsDirectory(folder / L"of the drive\\deeper"));
     EXPECT_FALSE(Exists(drive + L"\\of the drive"));
     EXPECT_EQ(OrvaCreateDirectoryPath(drive.c_str()), 0);
-    EXPECT_EQ(CountEntries(folder.Path()), 4u);
+    EXPECT_EQ(NamesIn(folder.Path()),
+              (Names{L"x\\", L"x\\y\\", L"z\\", L"rooted\\", L"of the drive\\", L"of the drive\\deeper\\"}));
 }
 
 TEST(CreateDirectoryPath, FailsForWhatCannotBeADirectory) {
@@ -89,8 +71,7 @@ TEST(CreateDirectoryPath, FailsForWhatCannotBeADirectory) {
     EXPECT_EQ(OrvaCreateDirectoryPath(L"NUL\\below"), 1);
     EXPECT_EQ(OrvaCreateDirectoryPath((folder / std::wstring(300, L'x')).c_str()), 1);
     EXPECT_EQ(OrvaCreateDirectoryPath(L"Q:\\no\\such\\drive"), 1);
-    EXPECT_EQ(ReadFile(file), "contents");
-    EXPECT_EQ(CountEntries(folder.Path()), 1u);
+    EXPECT_EQ(TreeOf(folder.Path()), (Tree{{L"file", "contents"}}));
 }
 
 TEST(CreateDirectoryPath, AFileThatExistsIsPassedOver) {
@@ -98,8 +79,7 @@ TEST(CreateDirectoryPath, AFileThatExistsIsPassedOver) {
     const std::wstring file = folder.MakeFile(L"file", "contents");
     EXPECT_EQ(OrvaCreateDirectoryPath(file.c_str()), 0);
     EXPECT_EQ(OrvaCreateDirectoryPath((file + L"\\").c_str()), 0);
-    EXPECT_EQ(ReadFile(file), "contents");
-    EXPECT_EQ(CountEntries(folder.Path()), 1u);
+    EXPECT_EQ(TreeOf(folder.Path()), (Tree{{L"file", "contents"}}));
 }
 
 TEST(FileCopy, CopiesAndKeepsWhatItIsToldToKeep) {
@@ -156,8 +136,7 @@ TEST(FileDelete, AFailureLeavesFileAndAttributes) {
     constexpr DWORD attributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE;
     ASSERT_TRUE(::SetFileAttributesW(file.c_str(), attributes));
     {
-        const UniqueFileHandle holder(
-            ::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        const UniqueFileHandle holder = Hold(file, FILE_SHARE_READ);
         ASSERT_TRUE(holder);
         EXPECT_EQ(OrvaDeleteFile(file.c_str()), 1);
         EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
@@ -240,8 +219,7 @@ TEST(FileContents, GoThereAndBack) {
         EXPECT_EQ(read, Bytes(contents));
     }
     EXPECT_EQ(OrvaWriteFile(path.c_str(), nullptr, 0), 0);
-    EXPECT_EQ(ReadFile(path), "");
-    EXPECT_EQ(CountEntries(folder.Path()), 1u) << "no temporary file is left";
+    EXPECT_EQ(TreeOf(folder.Path()), (Tree{{L"file", ""}})) << "no temporary file is left";
 }
 
 TEST(FileContents, AFailedWriteLeavesTheOldContents) {
@@ -249,10 +227,8 @@ TEST(FileContents, AFailedWriteLeavesTheOldContents) {
     const std::wstring held = folder.MakeFile(L"held", "old");
     const std::wstring readOnly = folder.MakeFile(L"read-only", "old");
     ASSERT_TRUE(::SetFileAttributesW(readOnly.c_str(), FILE_ATTRIBUTE_READONLY));
-    const unsigned handles = CountHandles();
     {
-        const UniqueFileHandle holder(
-            ::CreateFileW(held.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        const UniqueFileHandle holder = Hold(held, FILE_SHARE_READ);
         ASSERT_TRUE(holder);
         EXPECT_EQ(OrvaWriteFile(held.c_str(), "new", 3), 1);
     }
@@ -266,10 +242,7 @@ TEST(FileContents, AFailedWriteLeavesTheOldContents) {
     EXPECT_EQ(OrvaWriteFile(nullptr, "new", 3), 1);
     EXPECT_EQ(OrvaWriteFile(L"", "new", 3), 1);
     EXPECT_EQ(OrvaWriteFile(L"NUL", "new", 3), 1);
-    EXPECT_EQ(CountHandles(), handles);
-    EXPECT_EQ(ReadFile(held), "old");
-    EXPECT_EQ(ReadFile(readOnly), "old");
-    EXPECT_EQ(CountEntries(folder.Path()), 2u) << "no temporary file is left";
+    EXPECT_EQ(TreeOf(folder.Path()), (Tree{{L"held", "old"}, {L"read-only", "old"}})) << "no temporary file is left";
 }
 
 TEST(FileContents, WritingKeepsHiddenAndSystem) {
@@ -287,8 +260,7 @@ TEST(FileContents, ReadingSharesAndFailsWithoutTouchingTheResult) {
     const std::wstring path = folder.MakeFile(L"file", "contents");
     std::vector<unsigned char> read{1, 2, 3};
     {
-        const UniqueFileHandle writer(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                                    nullptr, OPEN_EXISTING, 0, nullptr));
+        const UniqueFileHandle writer = Hold(path, FILE_SHARE_READ | FILE_SHARE_WRITE, GENERIC_WRITE);
         ASSERT_TRUE(writer);
         EXPECT_EQ(OrvaReadFile(path.c_str(), read), 0);
         EXPECT_EQ(read, Bytes("contents"));
