@@ -5,6 +5,7 @@
 
 #include <comdef.h>
 #include <gtest/gtest.h>
+#include <utility>
 
 using namespace tarnu::test;
 
@@ -22,16 +23,7 @@ public:
     ShiftKey& operator=(const ShiftKey&) = delete;
 };
 
-/// The answer of one call, and whether it showed a box.
-struct Outcome {
-    int answer;
-    std::size_t boxes;
-    bool operator==(const Outcome&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
-    return out << "answer " << outcome.answer << ", boxes " << outcome.boxes;
-}
+using Outcome = std::pair<int, std::size_t>; ///< the answer of one call, and how many boxes it showed
 
 Outcome Show(const wchar_t* file, int line, int answer = IDOK, HRESULT error = E_ACCESSDENIED) {
     MessageBoxes boxes({answer});

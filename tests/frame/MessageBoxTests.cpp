@@ -95,6 +95,7 @@ protected:
         ::SetEnvironmentVariableW(L"TARNU_TEST_BOX", nullptr);
         Answer(0);
     }
+    void SetUp() override { ASSERT_TRUE(m_library.IsLoaded()) << "both forms are exported by name"; }
     ~DllMessageBoxTest() override {
         ::SetDllDirectoryW(nullptr);
         ::SetCurrentDirectoryW(m_directory.c_str());
@@ -124,6 +125,9 @@ protected:
         EXPECT_EQ(L"caption", boxes.Shown()[0].caption) << what;
         EXPECT_EQ(L"", Call()) << what << ": the module was called";
     }
+
+    const TempFolder m_folder;
+    LibraryCopy m_library{m_folder.Path()};
 
 private:
     std::wstring m_directory;
@@ -177,69 +181,56 @@ TEST_F(DllMessageBoxTest, WithoutModuleTwoArgumentsAreTheApplicationBox) {
 }
 
 TEST_F(DllMessageBoxTest, ModuleTakesOverBothForms) {
-    const TempFolder folder;
-    const LibraryCopy library(folder.Path());
-    ASSERT_TRUE(library.IsLoaded()) << "both are exported by name";
-    Install(TARNU_TEST_MODULE_FIRST, folder.Path());
+    Install(TARNU_TEST_MODULE_FIRST, m_folder.Path());
     const MessageBoxes boxes;
 
     Answer(IDRETRY);
-    EXPECT_EQ(IDRETRY, library.four(reinterpret_cast<HWND>(4711), L"text", L"caption", MB_RETRYCANCEL));
+    EXPECT_EQ(IDRETRY, m_library.four(reinterpret_cast<HWND>(4711), L"text", L"caption", MB_RETRYCANCEL));
     EXPECT_EQ(L"first|4711|text|caption|5", Call());
-    EXPECT_EQ(IDRETRY, library.four(nullptr, nullptr, nullptr, 0xFFFFFFFF));
+    EXPECT_EQ(IDRETRY, m_library.four(nullptr, nullptr, nullptr, 0xFFFFFFFF));
     EXPECT_EQ(L"first|0|<null>|<null>|4294967295", Call());
-    EXPECT_EQ(IDRETRY, library.two(L"text", MB_YESNO | MB_ICONQUESTION));
+    EXPECT_EQ(IDRETRY, m_library.two(L"text", MB_YESNO | MB_ICONQUESTION));
     EXPECT_EQ(L"first|0|text|<null>|36", Call());
 
     Answer(-12345); // whatever the module says is handed on, with its last error
-    EXPECT_EQ(-12345, library.two(L"", 0));
+    EXPECT_EQ(-12345, m_library.two(L"", 0));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_MONITOR_HANDLE), ::GetLastError());
     EXPECT_EQ(L"first|0||<null>|0", Call());
     EXPECT_TRUE(boxes.Shown().empty());
 }
 
 TEST_F(DllMessageBoxTest, ModuleIsReleasedAfterEveryBox) {
-    const TempFolder folder;
-    const LibraryCopy library(folder.Path());
-    ASSERT_TRUE(library.IsLoaded());
-    const std::wstring module = folder / ModuleName;
+    const std::wstring module = m_folder / ModuleName;
     for (const wchar_t* source : {TARNU_TEST_MODULE_FIRST, TARNU_TEST_MODULE_SECOND, TARNU_TEST_MODULE_FIRST}) {
-        Install(source, folder.Path());
-        library.four(nullptr, L"text", L"caption", MB_OK);
+        Install(source, m_folder.Path());
+        m_library.four(nullptr, L"text", L"caption", MB_OK);
         EXPECT_EQ(nullptr, ::GetModuleHandleW(module.c_str()));
         const bool first = source == std::wstring_view(TARNU_TEST_MODULE_FIRST);
         EXPECT_EQ(std::wstring(first ? L"first" : L"second") + L"|0|text|caption|0", Call());
     }
     ASSERT_TRUE(::DeleteFileW(module.c_str()));
-    ExpectFallback(library, L"module deleted");
+    ExpectFallback(m_library, L"module deleted");
 }
 
 TEST_F(DllMessageBoxTest, UnusableModuleFallsBackAndIsReleased) {
-    const TempFolder folder;
-    const LibraryCopy library(folder.Path());
-    ASSERT_TRUE(library.IsLoaded());
-    Install(TARNU_TEST_MODULE_NOENTRY, folder.Path());
-    ExpectFallback(library, L"module without the entry");
+    Install(TARNU_TEST_MODULE_NOENTRY, m_folder.Path());
+    ExpectFallback(m_library, L"module without the entry");
     {
         MessageBoxes boxes({IDOK, IDOK});
-        EXPECT_EQ(IDOK, library.two(L"text", MB_OK));
+        EXPECT_EQ(IDOK, m_library.two(L"text", MB_OK));
         ::AfxMessageBox(L"text", MB_OK, 0);
         ASSERT_EQ(2U, boxes.Shown().size());
         ExpectEqualBoxes(boxes.Shown()[1], boxes.Shown()[0]);
     }
-    EXPECT_EQ(nullptr, ::GetModuleHandleW((folder / ModuleName).c_str()));
+    EXPECT_EQ(nullptr, ::GetModuleHandleW((m_folder / ModuleName).c_str()));
 
-    WriteFile(folder / ModuleName, "not a module");
-    ExpectFallback(library, L"not a module");
+    WriteFile(m_folder / ModuleName, "not a module");
+    ExpectFallback(m_library, L"not a module");
 }
 
 TEST_F(DllMessageBoxTest, ModuleOnTheSearchPathIsNeverUsed) {
-    const TempFolder folder;
-    const std::wstring elsewhere = folder.MakeFolder(L"elsewhere");
+    const std::wstring elsewhere = m_folder.MakeFolder(L"elsewhere");
     Install(TARNU_TEST_MODULE_FIRST, elsewhere);
-    const LibraryCopy library(folder.MakeFolder(L"library"));
-    ASSERT_TRUE(library.IsLoaded());
-
     ASSERT_TRUE(::SetCurrentDirectoryW(elsewhere.c_str()));
     ASSERT_TRUE(::SetEnvironmentVariableW(L"PATH", elsewhere.c_str()));
     ASSERT_TRUE(::SetDllDirectoryW(elsewhere.c_str()));
@@ -247,20 +238,17 @@ TEST_F(DllMessageBoxTest, ModuleOnTheSearchPathIsNeverUsed) {
         ::FreeLibrary(found);
     else
         ADD_FAILURE() << "the module is not on the search path";
-    ExpectFallback(library, L"on the search path only");
+    ExpectFallback(m_library, L"on the search path only");
 }
 
 TEST_F(DllMessageBoxTest, EveryCallAddsAReferenceToTheLibrary) {
-    const TempFolder folder;
-    LibraryCopy library(folder.Path());
-    ASSERT_TRUE(library.IsLoaded());
-    Install(TARNU_TEST_MODULE_FIRST, folder.Path());
+    Install(TARNU_TEST_MODULE_FIRST, m_folder.Path());
     for (int call = 0; call < 3; ++call)
-        library.two(L"text", MB_OK);
+        m_library.two(L"text", MB_OK);
     EXPECT_NE(L"", Call());
-    ASSERT_TRUE(::DeleteFileW((folder / ModuleName).c_str()));
-    ExpectFallback(library, L"fourth call");
-    EXPECT_EQ(1 + 4, library.Unload());
+    ASSERT_TRUE(::DeleteFileW((m_folder / ModuleName).c_str()));
+    ExpectFallback(m_library, L"fourth call");
+    EXPECT_EQ(1 + 4, m_library.Unload());
 }
 
 // The module's path must fit 260 characters with its terminator. Every length around that limit, and around those at
@@ -324,26 +312,23 @@ TEST_F(DllMessageBoxTest, LibraryFolderCloseToTheLimit) {
 
 #if defined(TARNU_TEST_MODULE_SAMPLE)
 TEST_F(DllMessageBoxTest, SampleModuleLogsAndAnswersWithTheDefaultButton) {
-    const TempFolder folder;
-    const LibraryCopy library(folder.Path());
-    ASSERT_TRUE(library.IsLoaded());
-    Install(TARNU_TEST_MODULE_SAMPLE, folder.Path());
+    Install(TARNU_TEST_MODULE_SAMPLE, m_folder.Path());
 
-    const std::wstring log = folder / L"boxes.log";
+    const std::wstring log = m_folder / L"boxes.log";
     ::SetEnvironmentVariableW(L"ORVA_MESSAGEBOX_LOG", log.c_str());
     {
         const MessageBoxes boxes;
-        EXPECT_EQ(IDOK, library.two(L"Na\u00EFve\r\nquestion", MB_OKCANCEL));
-        EXPECT_EQ(IDNO, library.four(nullptr, L"Sure?", L"Delete", MB_YESNO | MB_DEFBUTTON2));
-        EXPECT_EQ(IDIGNORE, library.four(nullptr, nullptr, L"", MB_ABORTRETRYIGNORE | MB_DEFBUTTON3));
-        EXPECT_EQ(IDRETRY, library.four(nullptr, L"x", L"y", MB_RETRYCANCEL | MB_DEFBUTTON3)) << "no third button";
+        EXPECT_EQ(IDOK, m_library.two(L"Na\u00EFve\r\nquestion", MB_OKCANCEL));
+        EXPECT_EQ(IDNO, m_library.four(nullptr, L"Sure?", L"Delete", MB_YESNO | MB_DEFBUTTON2));
+        EXPECT_EQ(IDIGNORE, m_library.four(nullptr, nullptr, L"", MB_ABORTRETRYIGNORE | MB_DEFBUTTON3));
+        EXPECT_EQ(IDRETRY, m_library.four(nullptr, L"x", L"y", MB_RETRYCANCEL | MB_DEFBUTTON3)) << "no third button";
         EXPECT_TRUE(boxes.Shown().empty());
     }
     EXPECT_EQ("Sample host: Na\xC3\xAFve  question\r\nDelete: Sure?\r\n: \r\ny: x\r\n", ReadFile(log));
 
     ::SetEnvironmentVariableW(L"ORVA_MESSAGEBOX_LOG", nullptr);
     MessageBoxes boxes({IDCANCEL});
-    EXPECT_EQ(IDCANCEL, library.two(L"text", MB_OKCANCEL));
+    EXPECT_EQ(IDCANCEL, m_library.two(L"text", MB_OKCANCEL));
     ASSERT_EQ(1U, boxes.Shown().size());
     EXPECT_EQ(L"Sample host", boxes.Shown()[0].caption);
 }

@@ -45,6 +45,12 @@ protected:
         options.clock = &Now;
         return options;
     }
+    static ProgressScope::Options Secondary(int value) {
+        ProgressScope::Options options = Every(0);
+        options.level = ProgressScope::Level::Secondary;
+        options.value = value;
+        return options;
+    }
     static std::string Taken() { return std::exchange(g_log, std::string()); }
 };
 
@@ -105,19 +111,14 @@ TEST_F(ProgressScopes, TheRestIsEstimated) {
 TEST_F(ProgressScopes, SecondaryGivesTheRangeBack) {
     const ProgressScope outer(L"All", 7, Every(0));
     {
-        ProgressScope::Options options = Every(0);
-        options.level = ProgressScope::Level::Secondary;
-        options.value = 4;
-        ProgressScope inner(L"One", 3, options);
+        ProgressScope inner(L"One", 3, Secondary(4));
         EXPECT_EQ(3, OrvaProgressRange);
         inner.Step();
     }
     EXPECT_EQ(7, OrvaProgressRange);
     EXPECT_EQ("B0 b4 p1 q0 ", Taken());
     {
-        ProgressScope::Options options = Every(0);
-        options.level = ProgressScope::Level::Secondary;
-        const ProgressScope inner(L"One", 3, options);
+        const ProgressScope inner(L"One", 3, Secondary(0));
         OrvaSetProgressEnabled(false);
     }
     EXPECT_EQ(7, OrvaProgressRange) << "also when the meter was switched off meanwhile";
@@ -130,9 +131,7 @@ TEST_F(ProgressScopes, SilentWithoutMeter) {
         ProgressScope progress(L"Reading", 1, Every(0));
         EXPECT_TRUE(progress.Step());
         OrvaProgressRange = 5;
-        ProgressScope::Options options = Every(0);
-        options.level = ProgressScope::Level::Secondary;
-        ProgressScope inner(L"One", 3, options);
+        ProgressScope inner(L"One", 3, Secondary(0));
         OrvaProgressRange = 6;
         ProgressScope plain(L"With the usual options", 2);
         EXPECT_TRUE(plain.Step());
