@@ -124,8 +124,10 @@ using UniqueMalloc = Unique<MallocPolicy<T>>; ///< malloc, _wtempnam
 /// A VARIANT that is cleared when it goes out of scope.
 class Variant {
 public:
-    Variant() noexcept { ::VariantInit(&m_value); }
-    ~Variant() { ::VariantClear(&m_value); }
+    Variant() noexcept = default;
+    ~Variant() {
+        if (m_value.vt > VT_DATE) ::VariantClear(&m_value); // numbers own nothing
+    }
     Variant(const Variant&) = delete;
     Variant& operator=(const Variant&) = delete;
 
@@ -136,7 +138,7 @@ public:
     const VARIANT& Get() const noexcept { return m_value; }
 
 private:
-    VARIANT m_value;
+    VARIANT m_value{}; ///< VT_EMPTY is 0
 };
 
 /// Holds a critical section that is entered for a scope.

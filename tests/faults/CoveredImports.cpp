@@ -310,7 +310,7 @@ const std::vector<Excuse>& Excuses() {
          "GetWindowThreadProcessId GetWindowLongPtrW"},
         {"pauses, or dispatches what waits; has no failure",
          "Sleep SleepEx PeekMessageW DispatchMessageW PostQuitMessage DefWindowProcW CallWindowProcW SendMessageW "
-         "OutputDebugStringW CoUninitialize GlobalUnlock VariantInit"},
+         "OutputDebugStringW CoUninitialize GlobalUnlock"},
         {"ends a thread that did not end by itself; the scenarios let none come so far", "TerminateThread"},
         {"ends the process when a thread rule is broken, in builds with assertions", "_assert _wassert"},
         {"computes in memory only",
