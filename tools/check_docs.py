@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Checks what the documents say about the tree: the code that they show is compiled, every behaviour note names an existing
-test, every guide has its sections, every class its thread rule, and every relative link leads somewhere.
+test, every guide has its sections, every class its thread rule, every line whose lack of a test is explained is there, and
+every relative link leads somewhere.
 
 usage: check_docs.py
 """
@@ -8,6 +9,8 @@ import pathlib
 import re
 import sys
 import textwrap
+
+import coverage
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOCUMENTS = [*ROOT.glob("*.md"), *sorted((ROOT / "docs").rglob("*.md"))]
@@ -83,6 +86,12 @@ def thread_rules():
         yield f"docs/architecture.md: the table of thread rules has {name}, which is no public class or there twice"
 
 
+def explanations():
+    errors = []
+    coverage.explained(errors.append)
+    return errors
+
+
 def links():
     for document in DOCUMENTS:
         text = re.sub(r"```.*?```", "", document.read_text(encoding="utf-8"), flags=re.S)
@@ -94,7 +103,7 @@ def links():
 
 
 def main():
-    errors = [*shown_code(), *behaviour_notes(), *guides(), *thread_rules(), *links()]
+    errors = [*shown_code(), *behaviour_notes(), *guides(), *thread_rules(), *explanations(), *links()]
     for error in errors:
         print("docs:", error)
     print(f"docs: {len(DOCUMENTS)} documents checked, {len(errors)} errors")

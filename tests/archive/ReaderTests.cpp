@@ -217,6 +217,8 @@ TEST(ZipReader, PrefersTheFinestTime) {
     ntfs += Extra(1, times);
     std::string unixTime(1, '\1');
     Put(unixTime, std::uint32_t{1700000000});
+    std::string accessTime = unixTime;
+    accessTime[0] = '\2';
     const std::uint64_t unixTicks = (1700000000ull + 11644473600ull) * 10000000;
     const struct {
         std::string extra;
@@ -230,6 +232,7 @@ TEST(ZipReader, PrefersTheFinestTime) {
         {Extra(0x000A, ntfs) + Extra(0x5455, unixTime), exact, exact + 2},
         {Extra(0x000A, ntfs.substr(0, 20)), 0, 0},
         {Extra(0x5455, std::string_view(unixTime).substr(0, 3)), 0, 0},
+        {Extra(0x5455, accessTime), 0, 0},
         {Extra(0x000A, ntfs).substr(0, 30), 0, 0}, // reaches out of the field
     };
     FILETIME dos{};

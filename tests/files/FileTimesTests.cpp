@@ -100,19 +100,13 @@ TEST(FileTimes, WhatIsOutOfRangeIsRefusedAndChangesNothing) {
         EXPECT_FALSE(OrvaTimeToLocal(value, fields)) << value;
     }
     const SYSTEMTIME wrong[] = {
-        Fields(1600, 12, 31),
-        Fields(30828, 1, 1),
-        Fields(65535, 1, 1),
-        Fields(0, 1, 1),
-        Fields(2020, 0, 1),
-        Fields(2020, 13, 1),
-        Fields(2020, 1, 0),
-        Fields(2020, 4, 31),
-        Fields(2100, 2, 29),
-        Fields(2020, 1, 1, 24),
-        Fields(2020, 1, 1, 0, 60),
-        Fields(2020, 1, 1, 0, 0, 60),
-        Fields(2020, 1, 1, 0, 0, 0, 1000),
+        Fields(1600, 12, 31),         Fields(30828, 1, 1),
+        Fields(65535, 1, 1),          Fields(0, 1, 1),
+        Fields(2020, 0, 1),           Fields(2020, 13, 1),
+        Fields(2020, 1, 0),           Fields(2020, 1, 32),
+        Fields(2020, 4, 31),          Fields(2100, 2, 29),
+        Fields(2020, 1, 1, 24),       Fields(2020, 1, 1, 0, 60),
+        Fields(2020, 1, 1, 0, 0, 60), Fields(2020, 1, 1, 0, 0, 0, 1000),
     };
     for (const SYSTEMTIME& value : wrong) {
         SCOPED_TRACE(testing::Message() << value.wYear << "-" << value.wMonth << "-" << value.wDay << " " << value.wHour

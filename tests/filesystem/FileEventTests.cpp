@@ -153,16 +153,17 @@ TEST_F(FileEvents, TheMaskNamesWhatChanged) {
     };
     Listener listeners[std::size(cases)];
     const auto folder = [&](std::size_t index) { return L"case" + std::to_wstring(index); };
+    const std::wstring gone = m_folder.MakeFile(L"case0\\gone");
     for (std::size_t index = 0; index < std::size(cases); ++index) {
         m_folder.MakeFile(folder(index) + L"\\file", "short");
         Register(m_folder / (folder(index) + L"\\file"), cases[index].filter, listeners[index]);
     }
     Listener ofGone; // whose directory signals, too
-    Register(m_folder.MakeFile(L"case0\\gone"), fileName, ofGone);
+    Register(gone, fileName, ofGone);
     Listener ofRoot;
     Register(L"C:\\", size, ofRoot); // the directory keeps its separator
     Settle();
-    EXPECT_TRUE(::DeleteFileW((m_folder / L"case0\\gone").c_str()));
+    EXPECT_TRUE(::DeleteFileW(gone.c_str()));
     for (std::size_t index = 0; index < std::size(cases); ++index) {
         cases[index].change(m_folder / (folder(index) + L"\\file"), m_folder / (folder(index) + L"\\other"));
     }

@@ -317,6 +317,9 @@ TEST(CStringBuffer, SetLengthTruncateAndFreeExtra) {
     shared.Preallocate(1); // room enough, but not its own
     EXPECT_NE(exact, shared.GetString());
     EXPECT_EQ(L"ab", Whole(shared));
+    const wchar_t* const own = shared;
+    shared.Preallocate(1);
+    EXPECT_EQ(own, shared.GetString());
     shared.Empty();
     shared.Preallocate(0);
     EXPECT_EQ(0, shared.GetAllocLength());
