@@ -55,8 +55,6 @@ struct OrvaSubClassWnd::Chain {
     static bool Attach(HWND window, OrvaSubClassWnd* object) noexcept;
     static void Detach(OrvaSubClassWnd* object) noexcept;
     static void DetachAll(HWND window) noexcept;
-    static LRESULT Call(OrvaSubClassWnd* object, Delivery*& innermost, HWND window, UINT message, WPARAM wParam,
-                        LPARAM lParam);
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 private:
@@ -225,12 +223,6 @@ void OrvaSubClassWnd::Chain::DetachAll(HWND window) noexcept {
     Forget(window);
 }
 
-LRESULT OrvaSubClassWnd::Chain::Call(OrvaSubClassWnd* object, Delivery*& innermost, HWND window, UINT message,
-                                     WPARAM wParam, LPARAM lParam) {
-    Delivery delivery(object, window, innermost); // not constant: detaching updates it
-    return object->WindowProc(message, wParam, lParam);
-}
-
 LRESULT CALLBACK OrvaSubClassWnd::Chain::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     const LastSentMessage lastSentMessage(window, message, wParam, lParam);
     OrvaSubClassWnd* const head = Head(window);
@@ -243,7 +235,8 @@ LRESULT CALLBACK OrvaSubClassWnd::Chain::Procedure(HWND window, UINT message, WP
         return result;
     }
     if (head == nullptr) return CallProcedure(RememberedProcedure(window), window, message, wParam, lParam);
-    return Call(head, Delivery::s_innermost, window, message, wParam, lParam);
+    Delivery delivery(head, window, Delivery::s_innermost); // not constant: detaching updates it
+    return head->WindowProc(message, wParam, lParam);
 }
 
 OrvaSubClassWnd::~OrvaSubClassWnd() {
@@ -278,15 +271,14 @@ void OrvaSubClassWnd::UnSubClass() noexcept {
 }
 
 LRESULT OrvaSubClassWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam) {
-    if (m_delivery == nullptr) { // called from outside
-        if (m_next != nullptr) return Chain::Call(m_next, Delivery::s_innermost, m_hWnd, message, wParam, lParam);
-        return CallProcedure(m_previous, m_hWnd, message, wParam, lParam);
+    const Delivery* const current = m_delivery; // null when called from outside
+    const HWND window = current != nullptr ? current->window : m_hWnd;
+    OrvaSubClassWnd* const next = current != nullptr ? current->next : m_next;
+    if (next == nullptr) {
+        return CallProcedure(current != nullptr ? current->previous : m_previous, window, message, wParam, lParam);
     }
-    const Delivery& delivery = *m_delivery;
-    if (delivery.next != nullptr) {
-        return Chain::Call(delivery.next, delivery.innermost, delivery.window, message, wParam, lParam);
-    }
-    return CallProcedure(delivery.previous, delivery.window, message, wParam, lParam);
+    Delivery delivery(next, window, current != nullptr ? current->innermost : Delivery::s_innermost);
+    return next->WindowProc(message, wParam, lParam);
 }
 
 LRESULT OrvaSubClassWnd::Default() {
