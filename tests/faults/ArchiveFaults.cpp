@@ -110,7 +110,7 @@ TEST(ArchiveFaults, WritingMoreThanTheBufferHolds) {
             const std::wstring path = trial / L"target.zip";
             static const std::string mostNoise = MuchNoise() + MuchNoise(); // bypasses the buffer, too
             const std::wstring source = trial.MakeFile(L"source", MuchNoise() + Noise());
-            bool isAdded[5] = {};
+            bool isAdded[6] = {};
             OrvaZipResult closed = OrvaZipSuccess;
             trial.Operate([&] {
                 OrvaZipWriter writer;
@@ -119,7 +119,8 @@ TEST(ArchiveFaults, WritingMoreThanTheBufferHolds) {
                 isAdded[1] = writer.AddFile(L"1.gz", source.c_str()) == OrvaZipSuccess;
                 isAdded[2] = writer.AddMemory(L"2.gz", mostNoise.data(), mostNoise.size()) == OrvaZipSuccess;
                 isAdded[3] = writer.AddMemory(L"3", MuchNoise().data(), Noise().size() * 3) == OrvaZipSuccess;
-                isAdded[4] = writer.AddFile(L"4.gz", source.c_str()) == OrvaZipSuccess;
+                isAdded[4] = writer.AddMemory(L"4", MuchNoise().data(), Noise().size() * 3) == OrvaZipSuccess;
+                isAdded[5] = writer.AddFile(L"5.gz", source.c_str()) == OrvaZipSuccess;
                 closed = writer.Close();
             });
             const bool isWhole = std::ranges::all_of(isAdded, std::identity());

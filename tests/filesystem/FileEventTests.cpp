@@ -470,10 +470,22 @@ TEST_F(FileEvents, TheMessagesHaveNames) {
 
 // The ends of a process, each in one of its own: 0 is what the probe returns when all its checks held.
 TEST_F(FileEvents, StopsAndEndsFromEveryState) {
-    for (const wchar_t* mode :
-         {L"stop", L"stop-unused", L"leave", L"leave-at-once", L"exit-on-other-thread", L"server-thread-ended",
-          L"stop-in-static-destructor", L"stop-in-listener", L"stop-under-load", L"leave-everything",
-          L"exit-everything-on-other-thread", L"end-everything-in-a-handler"}) {
+    for (const wchar_t* mode : {
+             L"stop",
+             L"stop-unused",
+             L"leave",
+             L"leave-at-once",
+             L"exit-on-other-thread",
+             L"server-thread-ended",
+             L"stop-in-static-destructor",
+             L"stop-in-listener",
+             L"stop-under-load",
+#ifndef TARNU_COVERAGE // writes files at the end, and may wait for what a thread held that was stopped amid its work
+             L"leave-everything",
+             L"exit-everything-on-other-thread",
+             L"end-everything-in-a-handler",
+#endif
+         }) {
         Program probe(L"file_event_probe.exe", std::wstring(mode) + L" \"" + m_folder.MakeFile(L"file") + L"\"");
         EXPECT_EQ(0u, probe.Wait()) << ::testing::PrintToString(std::wstring(mode)) << "\n"
                                     << probe.Output() << probe.Errors();
