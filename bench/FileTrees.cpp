@@ -108,7 +108,7 @@ int main() {
         .Library("OrvaBFSFileTree", [&] { return OrvaWalkOf<OrvaBFSFileTree>(walked, L"*.txt"); })
         .Library("OrvaDFSFileTree", [&] { return OrvaWalkOf<OrvaDFSFileTree>(walked, L"*.txt"); })
         .Goal(2.1)
-        .Rounds(3);
+        .Rounds(3, /*isWarm=*/false);
     subject.AddGrowth("OrvaBFSFileTree", "file", walkedFiles / 100, [&](std::uint64_t files) {
         std::wstring root = walked;
         if (files < walkedFiles) {

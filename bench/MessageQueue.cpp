@@ -124,13 +124,13 @@ int main() {
         .Library("OrvaMessageQueue", [&] { return OneByOne(library, messages); })
         .Peer("mutex and std::deque", [&] { return OneByOne(mutexQueue, messages); })
         .Goal(1.05)
-        .Rounds(7);
+        .Rounds(5);
     subject.AddCase("2000 messages, posted, then got", "message", messages.size())
         .Limit("QueueUserAPC and SleepEx", [&] { return Together(bare, messages); })
         .Library("OrvaMessageQueue", [&] { return Together(library, messages); })
         .Peer("mutex and std::deque", [&] { return Together(mutexQueue, messages); })
         .Goal(1.05)
-        .Rounds(7);
+        .Rounds(5);
     subject.AddGrowth("posting, then getting", "message", 50, [&](std::uint64_t count) -> Work {
         auto grown = std::make_shared<Messages>(count);
         return [grown, &library] { return Together(library, *grown); };

@@ -136,7 +136,7 @@ int main() {
                   });
                   return few.size();
               })
-        .Rounds(5);
+        .Rounds(3);
     subject.AddGrowth("sorting", "name", 10'000, [&](std::uint64_t count) -> Work {
         const Names some(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(count));
         return [some, library] { return Sort(some, library); };

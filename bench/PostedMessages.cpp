@@ -65,7 +65,7 @@ int main() {
         .Limit("PostMessageW and a window procedure", [&] { return PostAndPump(messageCount, bare); })
         .Library("OrvaWndMsgServer", [&] { return PostAndPump(messageCount, library); })
         .Goal(1.05)
-        .Rounds(15);
+        .Rounds(7);
     // The system keeps at most 10 000 messages in a queue, so that larger numbers go in portions.
     subject.AddGrowth("posting and handling", "message", 100, [&](std::uint64_t count) -> Work {
         return [&, count] {

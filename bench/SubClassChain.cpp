@@ -122,7 +122,7 @@ void AddCase(Subject& subject, std::size_t length, std::uint64_t count, double g
         .Library("OrvaSubClassWnd", [=] { return library->window.Send(count); })
         .Peer("SetWindowSubclass", [=] { return commonControls->window.Send(count); })
         .Goal(goal)
-        .Rounds(7);
+        .Rounds(5);
 }
 
 } // namespace

@@ -176,7 +176,7 @@ int main() {
         .Limit("bare DOM", [&] { return LoadBare(target.Get(), file.Path()); })
         .Library("OrvaXml::Load", [&] { return loaded.Load() == S_OK ? CountOfRoots(target.Get()) : 0; })
         .Goal(1.02)
-        .Rounds(15);
+        .Rounds(9);
     subject.AddCase("walk all nodes and attributes", "point", points)
         .Limit("bare DOM", [&] { return WalkBare(document.Get()); })
         .Library("OrvaXml::Walk", [&] { return Walk(xml); })
