@@ -40,13 +40,16 @@ HRESULT Write(IXMLDOMElement* element, const CString& name, const Variant& value
     return element->setAttribute(attributeName.Get(), value.Get());
 }
 
+/// Reads one separator of the user's locale; false when it can't be read.
+bool ReadSeparator(LCTYPE kind, wchar_t (&separator)[4]) noexcept {
+    return ::GetLocaleInfoW(LOCALE_USER_DEFAULT, kind, separator, static_cast<int>(std::size(separator))) != 0;
+}
+
 /// Sets one separator of the user's locale for a scope; where it is the wanted one already, nothing is touched.
 class ScopedSeparator {
 public:
     ScopedSeparator(LCTYPE kind, const wchar_t* wanted) noexcept : m_kind(kind) {
-        if (::GetLocaleInfoW(LOCALE_USER_DEFAULT, kind, m_previous, static_cast<int>(std::size(m_previous))) == 0) {
-            return; // what cannot be read could not be restored
-        }
+        if (!ReadSeparator(kind, m_previous)) return; // what cannot be read could not be restored
         if (std::wcscmp(m_previous, wanted) == 0) return;
         m_changed = ::SetLocaleInfoW(LOCALE_USER_DEFAULT, kind, wanted) != FALSE;
     }
@@ -76,8 +79,7 @@ std::atomic<unsigned> separatorTurns = 0;
 
 bool IsUserSeparator(LCTYPE kind, wchar_t wanted) noexcept {
     wchar_t separator[4] = {};
-    return ::GetLocaleInfoW(LOCALE_USER_DEFAULT, kind, separator, static_cast<int>(std::size(separator))) == 2 &&
-           separator[0] == wanted;
+    return ReadSeparator(kind, separator) && separator[0] == wanted && separator[1] == L'\0';
 }
 
 /// The user's separators are "." and ",": they are not those of a conversion, which would take them back.

@@ -85,7 +85,7 @@ TEST(PathsFaults, NormalizingATextThatIsShared) {
         OrvaPath shared(raw);
         trial.Operate([&] { shared.Normalize(); });
         trial.ExpectSuccessUnlessFault(shared == L"a\\b");
-        EXPECT_TRUE(trial.HasFault() || shared == L"a\\b");
+        EXPECT_TRUE(shared == L"a\\b" || shared == raw) << "a text is normalised or stays";
         EXPECT_TRUE(raw == L"a\\\\b");
     });
 }

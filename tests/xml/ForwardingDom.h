@@ -1,7 +1,7 @@
 /// @file
 /// Stand-ins for the DOM: objects that forward what the library calls to a real one, so that a test overrides only what
-/// it wants to go wrong, and a scope in which the library's documents are such objects. What the library does not call
-/// is not implemented.
+/// it wants to go wrong, and a scope in which the library's documents are such objects. Operations that the library has
+/// no use for answer E_NOTIMPL, so that a call of one shows.
 #ifndef TARNU_TESTS_XML_FORWARDINGDOM_H
 #define TARNU_TESTS_XML_FORWARDINGDOM_H
 
