@@ -320,10 +320,7 @@ TEST_F(FileEvents, ADirectoryThatGoesAwayIsReportedOnceAndMayComeBack) {
 /// The values of all open handles.
 std::set<ULONG_PTR> OpenHandles() {
     std::set<ULONG_PTR> handles;
-    for (ULONG_PTR value = 4; value < 0x8000; value += 4) {
-        DWORD flags = 0;
-        if (::GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags)) handles.insert(value);
-    }
+    ForEachHandle([&handles](ULONG_PTR value) { handles.insert(value); });
     return handles;
 }
 
