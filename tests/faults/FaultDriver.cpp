@@ -29,7 +29,7 @@ std::atomic<ULONGLONG> runStarted{0};
 
 /// Names a run that hangs, and ends the program.
 DWORD WINAPI WatchRuns(void*) {
-    constexpr ULONGLONG limitMilliseconds = 60'000;
+    constexpr ULONGLONG limitMilliseconds = 120'000;
     for (;;) {
         ::Sleep(500);
         const ULONGLONG started = runStarted;
