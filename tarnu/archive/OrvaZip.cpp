@@ -20,7 +20,7 @@ bool IsFolder(const wchar_t* path) noexcept {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-/// A list of so many files is worth the threads that open them ahead.
+/// A list of so many files is worth the thread that opens them ahead.
 constexpr UINT openAheadFrom = 32;
 
 UINT Clipped(ULONGLONG count) noexcept {

@@ -40,7 +40,7 @@ enum OrvaZipNaming : int {
 /// not be written, an older one stays as it was. Directories are added as such, without what is in them, and not
 /// counted.
 ///
-/// The files of a longer list are opened a few places ahead by two threads that end within the call, unless there is a
+/// The files of a longer list are opened a few places ahead by a thread that ends within the call, unless there is a
 /// progress callback, which may change or make them, or the calling thread impersonates someone.
 /// @param archive   path of the archive
 /// @param files     paths of the files, with either separator

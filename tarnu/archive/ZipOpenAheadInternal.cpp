@@ -10,6 +10,11 @@
 namespace tarnu::support {
 namespace {
 
+/// For so long a reader looks whether its file is there, before it sleeps until it is told: a processor that falls idle
+/// takes as long to come back as a small file takes to be opened.
+constexpr LONGLONG spinMicroseconds = 100;
+constexpr int pausesPerLook = 300; // some 10 µs
+
 /// True when the calling thread acts for its process. The files of somebody else are not opened on other threads, which
 /// would have the process's rights.
 bool HasProcessRights() noexcept {
@@ -22,7 +27,11 @@ UniqueFileHandle OpenPath(const CString& file) noexcept {
     try {
         CString path = file;
         path.Replace(L'/', L'\\');
-        return OpenToRead(AbsoluteSystemPath(path));
+        UniqueFileHandle opened = OpenToRead(AbsoluteSystemPath(path));
+        LARGE_INTEGER position;
+        // The first question about a file may be another trip to where it is: under Wine it is.
+        if (opened) ::SetFilePointerEx(opened.Get(), LARGE_INTEGER{}, &position, FILE_CURRENT);
+        return opened;
     } catch (const std::bad_alloc&) {
         return UniqueFileHandle();
     }
@@ -37,10 +46,10 @@ UniqueFileHandle OpenToRead(const std::wstring& path) noexcept {
 }
 
 OpenAhead::OpenAhead(const CStringList& files) noexcept : m_files(files), m_position(files.GetHeadPosition()) {
+    ::QueryPerformanceFrequency(&m_frequency);
     if (!HasProcessRights()) return;
-    for (UniqueHandle& thread : m_threads)
-        thread.Reset(::CreateThread(/*lpThreadAttributes=*/nullptr, /*dwStackSize=*/0, &ThreadProcedure, this,
-                                    /*dwCreationFlags=*/0, /*lpThreadId=*/nullptr));
+    m_thread.Reset(::CreateThread(/*lpThreadAttributes=*/nullptr, /*dwStackSize=*/0, &ThreadProcedure, this,
+                                  /*dwCreationFlags=*/0, /*lpThreadId=*/nullptr));
 }
 
 OpenAhead::~OpenAhead() {
@@ -48,24 +57,42 @@ OpenAhead::~OpenAhead() {
         const SrwExclusiveLock lock(m_lock);
         m_position = nullptr;
     }
-    ::WakeAllConditionVariable(&m_freed);
-    for (const UniqueHandle& thread : m_threads)
-        if (thread) WaitForThreadEnd(thread.Get(), INFINITE);
+    ::WakeConditionVariable(&m_freed);
+    if (m_thread) WaitForThreadEnd(m_thread.Get(), INFINITE);
 }
 
 const UniqueFileHandle& OpenAhead::Next() noexcept {
-    const SrwExclusiveLock lock(m_lock);
-    const std::size_t index = m_asked++;
-    ::WakeConditionVariable(&m_freed);
-    if (m_begun == index) {
-        ++m_begun;
-        m_files.GetNext(m_position);
-        return m_none;
+    const Slot& slot = m_slots[m_asked % distance];
+    {
+        const SrwExclusiveLock lock(m_lock);
+        const std::size_t index = m_asked++;
+        // Not for every file: to wake a thread may cost as much as to open a file.
+        if (m_begun == index + distance / 2) ::WakeConditionVariable(&m_freed);
+        if (m_begun == index) {
+            ++m_begun;
+            m_files.GetNext(m_position);
+            return m_none;
+        }
     }
-    const Slot& slot = m_slots[index % distance];
-    while (!slot.isReady)
-        ::SleepConditionVariableSRW(&m_opened, &m_lock, INFINITE, /*Flags=*/0);
+    if (!SpinUntilReady(slot)) {
+        const SrwExclusiveLock lock(m_lock);
+        while (!slot.isReady)
+            ::SleepConditionVariableSRW(&m_opened, &m_lock, INFINITE, /*Flags=*/0);
+    }
     return slot.file;
+}
+
+bool OpenAhead::SpinUntilReady(const Slot& slot) const noexcept {
+    LARGE_INTEGER start;
+    ::QueryPerformanceCounter(&start);
+    const LONGLONG end = start.QuadPart + m_frequency.QuadPart * spinMicroseconds / 1'000'000;
+    for (LARGE_INTEGER now = start; !slot.isReady; ::QueryPerformanceCounter(&now)) {
+        if (now.QuadPart >= end) return false;
+        for (int pause = 0; pause < pausesPerLook && !slot.isReady; ++pause)
+            YieldProcessor();
+        ::SwitchToThread(); // the one that opens the file may be waiting for this very processor
+    }
+    return true;
 }
 
 DWORD WINAPI OpenAhead::ThreadProcedure(void* openAhead) noexcept {
@@ -81,13 +108,11 @@ void OpenAhead::Work() noexcept {
         if (m_position == nullptr) break;
         Slot& slot = m_slots[m_begun++ % distance];
         const CString& path = m_files.GetNext(m_position);
-        UniqueFileHandle file = std::move(slot.file);
         slot.isReady = false;
         ::ReleaseSRWLockExclusive(&m_lock);
-        file.Reset();
-        file = OpenPath(path);
+        slot.file.Reset();
+        slot.file = OpenPath(path);
         ::AcquireSRWLockExclusive(&m_lock);
-        slot.file = std::move(file);
         slot.isReady = true;
         ::WakeConditionVariable(&m_opened);
     }

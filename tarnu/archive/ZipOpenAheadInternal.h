@@ -7,6 +7,7 @@
 #include "tarnu/support/Owners.h"
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <string>
 
@@ -16,17 +17,17 @@ namespace tarnu::support {
 /// times, too.
 UniqueFileHandle OpenToRead(const std::wstring& path) noexcept;
 
-/// Opens the files of a list a few places ahead of who reads them, on threads of its own, and closes them again. To
+/// Opens the files of a list a few places ahead of who reads them, on a thread of its own, and closes them again. To
 /// open and to close is most of what a small file costs: the system asks a server, a scanner for viruses, another
 /// machine.
 ///
 /// Everything is read at its turn, on the thread that asks for it. A file that could not be opened ahead, for whatever
-/// reason, is left to that thread, and so is every file when the threads can't be had.
+/// reason, is left to that thread, and so is every file when there is no thread to be had.
 class OpenAhead {
 public:
     /// @param files  their paths; must stay as they are while this object lives
     explicit OpenAhead(const CStringList& files) noexcept;
-    /// Waits until the threads have ended.
+    /// Waits until the thread has ended.
     ~OpenAhead();
     OpenAhead(const OpenAhead&) = delete;
     OpenAhead& operator=(const OpenAhead&) = delete;
@@ -37,15 +38,15 @@ public:
 
 private:
     static constexpr std::size_t distance = 16;
-    static constexpr std::size_t threadCount = 2; // more are no faster
 
     struct Slot {
         UniqueFileHandle file;
-        bool isReady = false; ///< the opening was tried
+        std::atomic<bool> isReady = false; ///< the opening was tried, and the file is the reader's
     };
 
     static DWORD WINAPI ThreadProcedure(void* openAhead) noexcept;
     void Work() noexcept;
+    bool SpinUntilReady(const Slot& slot) const noexcept;
 
     SRWLOCK m_lock = SRWLOCK_INIT;
     CONDITION_VARIABLE m_opened = CONDITION_VARIABLE_INIT;
@@ -55,7 +56,8 @@ private:
     std::size_t m_begun = 0; ///< files before it
     std::size_t m_asked = 0; ///< files that Next was asked for; the last one of them is being read
     std::array<Slot, distance> m_slots;
-    std::array<UniqueHandle, threadCount> m_threads;
+    LARGE_INTEGER m_frequency{}; ///< of the performance counter
+    UniqueHandle m_thread;
     const UniqueFileHandle m_none;
 };
 

@@ -307,10 +307,10 @@ const std::vector<Excuse>& Excuses() {
          "GetCurrentProcess GetCurrentProcessId GetCurrentThread GetCurrentThreadId GetLocalTime GetSystemInfo "
          "GetSystemTimeAsFileTime GetTickCount GetTickCount64 _time64 clock GetModuleHandleW SysStringLen IsWindow "
          "IsWindowVisible GetAsyncKeyState GetDriveTypeW GetLastActivePopup GetWindow "
-         "GetWindowThreadProcessId GetWindowLongPtrW"},
+         "GetWindowThreadProcessId GetWindowLongPtrW QueryPerformanceCounter QueryPerformanceFrequency"},
         {"pauses, or dispatches what waits; has no failure",
-         "Sleep SleepEx PeekMessageW DispatchMessageW PostQuitMessage DefWindowProcW CallWindowProcW SendMessageW "
-         "OutputDebugStringW CoUninitialize GlobalUnlock"},
+         "Sleep SleepEx SwitchToThread PeekMessageW DispatchMessageW PostQuitMessage DefWindowProcW CallWindowProcW "
+         "SendMessageW OutputDebugStringW CoUninitialize GlobalUnlock"},
         {"ends a thread that did not end by itself; the scenarios let none come so far", "TerminateThread"},
         {"ends the process when a thread rule is broken, in builds with assertions", "_assert _wassert"},
         {"computes in memory only",
