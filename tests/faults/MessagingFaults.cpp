@@ -121,7 +121,7 @@ TEST(MessagingFaults, ServerThread) {
                 EXPECT_EQ(counts.alive, handler == nullptr ? 0 : 1);
 
                 // Again, without the fault.
-                EXPECT_EQ(server.Start(), OrvaServerSuccess);
+                EXPECT_TRUE(StartsThread([&] { return server.Start() == OrvaServerSuccess; }));
                 ::SetEvent(event);
                 counts.signaled = 0;
                 if (handler == nullptr) handler = std::make_unique<Handler>(counts, event);
