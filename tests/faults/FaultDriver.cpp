@@ -6,6 +6,7 @@
 #include "tarnu/support/Owners.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <exception>
 #include <gtest/gtest.h>

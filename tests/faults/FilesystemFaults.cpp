@@ -249,7 +249,7 @@ TEST(BrowseFaults, Dialog) {
 
 // Under Wine a link can't be read as one, so that copying and removing it fail, and say so; nothing else may happen.
 TEST(LinkFaults, LinksAreWalkedCopiedAndRemoved) {
-    const TempFolder folder; // one link for all runs: making one leaves handles open under Wine
+    const TempFolder folder; // one link for all runs: under Wine each takes some processes
     const std::wstring kept = folder.MakeFile(L"target\\kept.txt", "kept");
     const std::wstring tree = folder.MakeFolder(L"tree");
     folder.MakeFile(L"tree\\file.txt", "1");

@@ -3,7 +3,7 @@
 #ifndef TARNU_TESTS_SUPPORT_DIRECTORYLINK_H
 #define TARNU_TESTS_SUPPORT_DIRECTORYLINK_H
 
-#include "support/Program.h"
+#include "support/HostProgram.h"
 #include "support/Wait.h"
 
 #include <string>
@@ -18,7 +18,7 @@ class DirectoryLink {
 public:
     DirectoryLink(std::wstring path, std::wstring target) : m_path(std::move(path)), m_target(std::move(target)) {
         if (IsWine()) {
-            RunOnHost(L"ln", L"-s " + HostPath(m_target) + L" " + HostPath(m_path));
+            RunOnHost(L"ln -s " + HostPath(m_target) + L" " + HostPath(m_path));
             WaitUntil([this] { return Exists(); });
         } else {
             ::CreateSymbolicLinkW(m_path.c_str(), m_target.c_str(), SYMBOLIC_LINK_FLAG_DIRECTORY);
@@ -28,7 +28,7 @@ public:
         ::CreateDirectoryW(m_target.c_str(), nullptr); // under Wine a link that leads nowhere can't be seen
         if (!Exists()) return;
         if (IsWine()) {
-            RunOnHost(L"rm", L"-f " + HostPath(m_path));
+            RunOnHost(L"rm -f " + HostPath(m_path));
             WaitUntil([this] { return !Exists(); });
         } else {
             ::RemoveDirectoryW(m_path.c_str());
@@ -55,13 +55,6 @@ private:
         const std::string narrow(name);
         ::HeapFree(::GetProcessHeap(), 0, name);
         return std::wstring(narrow.begin(), narrow.end()); // test paths are ASCII
-    }
-
-    static void RunOnHost(const wchar_t* program, const std::wstring& arguments) {
-        const std::wstring path = std::wstring(L"\\\\?\\unix\\bin\\") + program;
-        STARTUPINFOW startup{};
-        startup.cb = sizeof startup;
-        StartProgram(path, arguments, startup, /*inheritHandles=*/false, nullptr);
     }
 
     std::wstring m_path;
