@@ -209,7 +209,6 @@ void AddCases(Subject& subject, const char* what, const Tree& tree, const std::w
     const std::wstring source = place + L"-source";
     const std::wstring archive = place + L".zip";
     const std::wstring other = place + L"-minizip.zip";
-    const std::wstring target = place + L"-target";
     Create(tree, source);
     const auto files = std::make_shared<CStringList>();
     Fill(*files, tree, source);
@@ -234,24 +233,33 @@ void AddCases(Subject& subject, const char* what, const Tree& tree, const std::w
         .Goal(packGoal)
         .Rounds(3, /*isWarm=*/!unpackAgainstWriting);
 
-    const auto removeTarget = [target] { Remove(target); };
+    // Many files stay until the end: where a file system keeps the places of deleted ones free for a while, making
+    // files after that would cost many times as much. Large ones go at once, to leave room.
+    const auto targets = std::make_shared<Numbered>(place + L"-target-");
+    const auto target = std::make_shared<std::wstring>(targets->Next());
+    const auto nextTarget = [=] {
+        if (unpackAgainstWriting)
+            *target = targets->Next();
+        else
+            Remove(*target);
+    };
     const auto write = [=, &tree] {
-        CreateDirectories(tree, target);
-        WriteFiles(tree, target);
+        CreateDirectories(tree, *target);
+        WriteFiles(tree, *target);
         return count;
     };
     Case& unpack = subject.AddCase(std::string("unpack ") + what, "file", count);
     if (unpackAgainstWriting) {
-        unpack.Limit("CreateFileW and WriteFile loop", write, removeTarget);
+        unpack.Limit("CreateFileW and WriteFile loop", write, nextTarget);
     } else {
         unpack.Limit("zlib in memory", [packed, &tree] { return UnpackInMemory(*packed, tree); });
-        unpack.Peer("CreateFileW and WriteFile loop alone", write, removeTarget);
+        unpack.Peer("CreateFileW and WriteFile loop alone", write, nextTarget);
     }
     unpack
         .Library(
-            "OrvaUnzipAll", [=] { return OrvaUnzipAll(archive.c_str(), target) ? count : 0; }, removeTarget)
+            "OrvaUnzipAll", [=] { return OrvaUnzipAll(archive.c_str(), *target) ? count : 0; }, nextTarget)
         .Peer(
-            "minizip's reader", [=, &tree] { return MinizipUnpack(tree, archive, target); }, removeTarget)
+            "minizip's reader", [=, &tree] { return MinizipUnpack(tree, archive, *target); }, nextTarget)
         .Goal(unpackGoal)
         .Rounds(unpackRounds, /*isWarm=*/!unpackAgainstWriting);
 }
@@ -288,11 +296,9 @@ int wmain(int argumentCount, wchar_t** arguments) {
     subject.AddGrowth("OrvaZipFiles", "file", 100, packFirst);
     subject.AddGrowth("OrvaUnzipAll", "file", 20, [&](std::uint64_t count) {
         packFirst(count)();
-        const auto turn = std::make_shared<int>(0);
-        return [&workplace, count, turn] {
-            const std::wstring archive = workplace / (std::to_wstring(count) + L".zip");
-            const std::wstring target = workplace / (std::to_wstring(count) + L"-" + std::to_wstring(++*turn));
-            return std::uint64_t{OrvaUnzipAll(archive.c_str(), target)};
+        return [archive = workplace / (std::to_wstring(count) + L".zip"),
+                target = Numbered(workplace / (std::to_wstring(count) + L"-"))]() mutable {
+            return std::uint64_t{OrvaUnzipAll(archive.c_str(), target.Next())};
         };
     });
     return subject.Run();

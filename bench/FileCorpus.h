@@ -87,13 +87,14 @@ inline void Remove(const std::wstring& root) {
     ::RemoveDirectoryW(root.c_str());
 }
 
-/// A folder of its own below the system's temporary one.
+/// A folder of its own below the one that TARNU_BENCH_FOLDER names, or the system's temporary one.
 class Workplace {
 public:
     Workplace() {
-        wchar_t temporary[MAX_PATH + 1] = {};
-        ::GetTempPathW(MAX_PATH, temporary);
-        m_path = temporary + (L"tarnu-bench-" + std::to_wstring(::GetCurrentProcessId()));
+        wchar_t parent[MAX_PATH + 1] = {};
+        const DWORD length = ::GetEnvironmentVariableW(L"TARNU_BENCH_FOLDER", parent, MAX_PATH);
+        if (length == 0 || length > MAX_PATH) ::GetTempPathW(MAX_PATH, parent);
+        m_path = parent + (L"\\tarnu-bench-" + std::to_wstring(::GetCurrentProcessId()));
         Remove(m_path);
         if (!::CreateDirectoryW(m_path.c_str(), nullptr)) Give("creating a folder");
     }
@@ -105,6 +106,18 @@ public:
 
 private:
     std::wstring m_path;
+};
+
+/// Folders of one name with a number behind, from 1 on.
+class Numbered {
+public:
+    explicit Numbered(std::wstring name) : m_name(std::move(name)) {}
+
+    std::wstring Next() { return m_name + std::to_wstring(++m_number); }
+
+private:
+    std::wstring m_name;
+    int m_number = 0;
 };
 
 /// Contents as they occur in projects, from a seed.

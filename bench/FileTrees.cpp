@@ -10,13 +10,15 @@
 
 #include <cwchar>
 #include <filesystem>
-#include <memory>
+#include <string>
+#include <utility>
 
 namespace {
 
 using namespace tarnu::bench;
 
 constexpr DWORD filesOnly = 0x20;
+constexpr int copyRounds = 2; ///< of copying, and of removing what has been copied
 
 /// Folders on three levels, 20, 9 in each of these and 10 in each of those, and files in all of them. The first ones
 /// are a smaller tree of the same kind.
@@ -86,6 +88,19 @@ std::uint64_t StandardWalk(const std::wstring& root) {
     return characters;
 }
 
+/// The name of what the growth of copying leaves for that of removing.
+std::wstring GrowthCopies(std::uint64_t files) {
+    return L"copy-of-" + std::to_wstring(files) + L"-";
+}
+
+std::uint64_t CopyDirectoryTree(const std::wstring& source, const std::wstring& target) {
+    return static_cast<std::uint64_t>(OrvaCopyDirectoryTree(source.c_str(), target.c_str(), /*failIfExists=*/1));
+}
+
+std::uint64_t DeleteDirectoryTree(const std::wstring& root) {
+    return static_cast<std::uint64_t>(OrvaDeleteDirectoryTree(root.c_str()));
+}
+
 } // namespace
 
 int main() {
@@ -118,87 +133,63 @@ int main() {
         return [root] { return OrvaWalkOf<OrvaBFSFileTree>(root, L"*"); };
     });
 
+    // What one case copies the next one removes. Trees made only to be removed would take longer than all that is
+    // measured; and where a file system keeps the places of deleted files free for a while, making files after deleting
+    // others would cost many times as much.
     const Tree tree = CopiedTree(5000);
     const std::wstring source = workplace / L"source";
-    const std::wstring target = workplace / L"target";
     Create(tree, source);
-    const auto removeTarget = [&] { Remove(target); };
+    const std::wstring copies = workplace / L"copy-";
+    Numbered made(copies);
     subject.AddCase("copy of 5 000 files in 100 folders", "file", tree.files.size())
-        .Limit(
-            "CreateDirectoryW and CopyFileW loop",
-            [&] {
-                CreateDirectories(tree, target);
-                std::uint64_t failures = 0;
-                for (const Tree::File& file : tree.files)
-                    failures += !::CopyFileW((source + L'\\' + file.path).c_str(), (target + L'\\' + file.path).c_str(),
-                                             /*bFailIfExists=*/TRUE);
-                return failures;
-            },
-            removeTarget)
-        .Library(
-            "OrvaCopyDirectoryTree",
-            [&] {
-                return static_cast<std::uint64_t>(
-                    OrvaCopyDirectoryTree(source.c_str(), target.c_str(), /*failIfExists=*/1));
-            },
-            removeTarget)
-        .Library(
-            "OrvaCopyTree", [&] { return static_cast<std::uint64_t>(OrvaCopyTree(source.c_str(), target.c_str())); },
-            removeTarget)
-        .Peer(
-            "std::filesystem::copy",
-            [&] {
-                std::filesystem::copy(source, target, std::filesystem::copy_options::recursive);
-                return std::uint64_t{0};
-            },
-            removeTarget)
+        .Limit("CreateDirectoryW and CopyFileW loop",
+               [&] {
+                   const std::wstring target = made.Next();
+                   CreateDirectories(tree, target);
+                   std::uint64_t failures = 0;
+                   for (const Tree::File& file : tree.files)
+                       failures += !::CopyFileW((source + L'\\' + file.path).c_str(),
+                                                (target + L'\\' + file.path).c_str(), /*bFailIfExists=*/TRUE);
+                   return failures;
+               })
+        .Library("OrvaCopyDirectoryTree", [&] { return CopyDirectoryTree(source, made.Next()); })
+        .Library("OrvaCopyTree",
+                 [&] { return static_cast<std::uint64_t>(OrvaCopyTree(source.c_str(), made.Next().c_str())); })
+        .Peer("std::filesystem::copy",
+              [&] {
+                  std::filesystem::copy(source, made.Next(), std::filesystem::copy_options::recursive);
+                  return std::uint64_t{0};
+              })
         .Goal(1.1)
-        .Rounds(2, /*isWarm=*/false);
+        .Rounds(copyRounds, /*isWarm=*/false);
     subject.AddGrowth("OrvaCopyDirectoryTree", "file", 20, [&workplace](std::uint64_t files) {
         const std::wstring from = workplace / (L"from" + std::to_wstring(files));
         Create(CopiedTree(static_cast<std::size_t>(files)), from);
-        const auto turn = std::make_shared<int>(0);
-        return [&workplace, from, files, turn] {
-            const std::wstring to = workplace / (L"to" + std::to_wstring(files) + L"-" + std::to_wstring(++*turn));
-            return static_cast<std::uint64_t>(OrvaCopyDirectoryTree(from.c_str(), to.c_str(), /*failIfExists=*/1));
+        return [from, to = Numbered(workplace / GrowthCopies(files))]() mutable {
+            return CopyDirectoryTree(from, to.Next());
         };
     });
 
-    const auto createTarget = [&] {
-        Remove(target);
-        Create(tree, target);
-    };
+    Numbered left(copies);
     subject.AddCase("removal of the same tree", "file", tree.files.size())
-        .Limit(
-            "DeleteFileW loop",
-            [&] {
-                std::uint64_t failures = 0;
-                for (const Tree::File& file : tree.files)
-                    failures += !::DeleteFileW((target + L'\\' + file.path).c_str());
-                return failures;
-            },
-            createTarget)
-        .Library(
-            "OrvaDeleteDirectoryTree",
-            [&] { return static_cast<std::uint64_t>(OrvaDeleteDirectoryTree(target.c_str())); }, createTarget)
-        .Library(
-            "OrvaRemoveTree", [&] { return static_cast<std::uint64_t>(OrvaRemoveTree(target.c_str())); }, createTarget)
+        .Limit("DeleteFileW loop",
+               [&] {
+                   const std::wstring target = left.Next();
+                   std::uint64_t failures = 0;
+                   for (const Tree::File& file : tree.files)
+                       failures += !::DeleteFileW((target + L'\\' + file.path).c_str());
+                   return failures;
+               })
+        .Library("OrvaDeleteDirectoryTree", [&] { return DeleteDirectoryTree(left.Next()); })
+        .Library("OrvaRemoveTree", [&] { return static_cast<std::uint64_t>(OrvaRemoveTree(left.Next().c_str())); })
         .Peer(
             "std::filesystem::remove_all",
-            [&] { return std::filesystem::remove_all(target) - tree.files.size() - tree.directories.size() - 1; },
-            createTarget)
+            [&] { return std::filesystem::remove_all(left.Next()) - tree.files.size() - tree.directories.size() - 1; })
         .Goal(1.35)
-        .Rounds(2, /*isWarm=*/false);
+        .Rounds(copyRounds, /*isWarm=*/false);
     subject.AddGrowth("OrvaDeleteDirectoryTree", "file", 20, [&workplace](std::uint64_t files) {
-        const std::wstring name = L"deleted" + std::to_wstring(files) + L"-";
-        const Tree small = CopiedTree(static_cast<std::size_t>(files));
-        for (int turn = 1; turn <= 4; ++turn) // one for the memory, three for the time
-            Create(small, workplace / (name + std::to_wstring(turn)));
-        const auto turn = std::make_shared<int>(0);
-        return [&workplace, name, turn] {
-            const std::wstring root = workplace / (name + std::to_wstring(++*turn));
-            return static_cast<std::uint64_t>(OrvaDeleteDirectoryTree(root.c_str()));
-        };
+        return
+            [root = Numbered(workplace / GrowthCopies(files))]() mutable { return DeleteDirectoryTree(root.Next()); };
     });
     return subject.Run();
 }

@@ -5,7 +5,6 @@
 #include "tarnu/support/ThreadEnd.h"
 
 #include <new>
-#include <utility>
 
 namespace tarnu::support {
 namespace {
