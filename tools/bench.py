@@ -219,7 +219,8 @@ def document(results):
     names = re.findall(r"```text (\w+)\n", text)
     missing = [name for name in {*choose([]), *names} if name not in names or not (results / f"{name}.json").exists()]
     if missing:
-        fail(f"no place in {path.name} for, or no measuring of {', '.join(missing)}: run ./run bench first")
+        fail(f"no place in {path.name} for, or no measuring of {', '.join(missing)}: "
+             f"./run bench {' '.join(missing)} measures them")
     text = re.sub(r"(```text (\w+)\n).*?```", lambda match: match[1] + (results / f"{match[2]}.txt").read_text() + "```",
                   text, flags=re.S)
     rows = summary(json.loads((results / f"{name}.json").read_text()) for name in names)
