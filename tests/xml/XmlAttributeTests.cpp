@@ -233,7 +233,7 @@ TEST_F(XmlAttributes, SettersPassOnTheDocumentsAnswer) {
 TEST_F(XmlAttributes, DoublesUnderOtherSeparators) {
     const struct {
         const wchar_t *decimal, *thousands;
-    } cases[] = {{L",", L"."}, {L".", L"'"}, {L",", L","}, {L"abc", L" "}, {L".", L","}};
+    } cases[] = {{L",", L"."}, {L".", L"'"}, {L",", L","}, {L"abc", L" "}, {L".x", L" "}, {L".", L","}};
     for (const auto& test : cases) {
         SCOPED_TRACE(testing::Message() << test.decimal << " and " << test.thousands);
         const Separators separators(test.decimal, test.thousands);
